@@ -10,7 +10,9 @@ target_compile_definitions(project_options INTERFACE
 target_include_directories(project_options INTERFACE
   "${PROJECT_SOURCE_DIR}/src" "${PROJECT_SOURCE_DIR}/include")
 target_compile_options(project_options INTERFACE
-  -Wall -Wextra -Wpedantic -Werror -Wconversion -Wshadow=local)
+  -Wall -Wextra -Wpedantic -Werror -Wconversion
+  # Members may be called as the arguments that set them.
+  $<IF:$<CXX_COMPILER_ID:GNU>,-Wshadow=local,-Wshadow>)
 # The runtime is a part of every binary: a host needs nothing beside the DLL.
 target_link_options(project_options INTERFACE
   -static -municode

@@ -42,8 +42,7 @@ bool FindInFolderOfSameLanguage(const CWideString& moduleFolder, const CWideStri
                                 const CWideString& fileName, CWideString* fullPath) {
   const wchar_t* hyphen = std::wcschr(locale.c_str(), L'-');
   if (hyphen == nullptr) return false;
-  const CWideString language(locale.c_str(),
-                             static_cast<std::size_t>(hyphen + 1 - locale.c_str()));
+  const CWideString language(locale.c_str(), static_cast<std::size_t>(hyphen + 1 - locale.c_str()));
 
   WIN32_FIND_DATAW entry{};
   const CUniqueFind find(

@@ -48,7 +48,9 @@ CWideString& CWideString::operator=(CWideString&& other) noexcept {
   return *this;
 }
 
-CWideString::~CWideString() { Release(); }
+CWideString::~CWideString() {
+  Release();
+}
 
 CWideString CWideString::FromInt(std::int32_t value) {
   return CWideString(std::to_wstring(value).c_str());
@@ -99,8 +101,8 @@ bool CWideString::Equals(const CWideString& other) const noexcept {
 void CWideString::Append(const wchar_t* more, std::size_t count) {
   if (count == 0) return;
   const std::size_t oldLength = length();
-  const bool hasRoom = text != kEmptyText && header()->references == 1 &&
-                       header()->capacity - oldLength >= count;
+  const bool hasRoom =
+      text != kEmptyText && header()->references == 1 && header()->capacity - oldLength >= count;
   if (hasRoom) {
     std::wmemmove(const_cast<wchar_t*>(text) + oldLength, more, count);
   } else {

@@ -11,10 +11,9 @@ namespace Common {
 
 HMODULE GetMyModuleHandle() {
   HMODULE module = nullptr;
-  if (::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                           reinterpret_cast<const wchar_t*>(&GetMyModuleHandle),
-                           &module) == FALSE) {
+  if (::GetModuleHandleExW(
+          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+          reinterpret_cast<const wchar_t*>(&GetMyModuleHandle), &module) == FALSE) {
     const DWORD error = ::GetLastError();
     TraceLog().WriteUInt(L"Common::GetMyModuleHandle", 63, error);
     return nullptr;
@@ -49,8 +48,7 @@ bool GetModuleFolder(HMODULE module, CWideString* folder) {
     return false;
   }
   std::array<wchar_t, MAX_PATH + 1> path{};
-  const DWORD length =
-      ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
+  const DWORD length = ::GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size()));
   if (length == 0) return false;
   const CWideString found = length < path.size() ? RemoveFileSpec(path.data()) : CWideString();
   if (found.empty()) {

@@ -37,10 +37,10 @@ std::vector<CWideString> ReadNames(CIniStringReader& reader, const wchar_t* sect
   return names;
 }
 
-std::ptrdiff_t CountIgnoringCase(const std::vector<CWideString>& names, const CWideString& name) {
-  return std::count_if(names.begin(), names.end(), [&name](const CWideString& candidate) {
-    return candidate.EqualsIgnoringCase(name);
-  });
+std::size_t CountIgnoringCase(const std::vector<CWideString>& names, const CWideString& name) {
+  return static_cast<std::size_t>(std::count_if(
+      names.begin(), names.end(),
+      [&name](const CWideString& candidate) { return candidate.EqualsIgnoringCase(name); }));
 }
 
 void Append(std::vector<CWideString>* list, const std::vector<CWideString>& more) {
@@ -212,8 +212,8 @@ bool CModeChangeConfig::DoesSettingItemaHaveValueLockOtherSettingItem(
       lockedValues == nullptr) {
     return trace.Write(L"CModeChangeConfig::DoesSettingItemaHaveValueLockOtherSettingItem", 233);
   }
-  const std::int32_t value = Common::ReadIniInt(
-      configPath, item, L"SettingItemValueToLockOtherSettingItem", kNoLockValue);
+  const std::int32_t value =
+      Common::ReadIniInt(configPath, item, L"SettingItemValueToLockOtherSettingItem", kNoLockValue);
   if (value == kNoLockValue) {
     *hasLock = false;
     return true;
@@ -263,8 +263,7 @@ bool CModeChangeConfig::DoesConfigFileExist() const {
     return trace.Write(L"CModeChangeConfig::DoesConfigFileExist", 282, configPath.c_str());
   }
   if (!Common::FileExists(usableModeListPath)) {
-    return trace.Write(L"CModeChangeConfig::DoesConfigFileExist", 285,
-                       usableModeListPath.c_str());
+    return trace.Write(L"CModeChangeConfig::DoesConfigFileExist", 285, usableModeListPath.c_str());
   }
   return true;
 }

@@ -39,7 +39,8 @@ class CModeChangeResource : public CIniMgr {
   bool GetModeSettingsDialogSliderDown(CWideString* text);
   bool GetModeSettingsDialogSliderUp(CWideString* text);
   bool GetModeSettingsDialogLockedSettingItemMemo(CWideString* text);
-  bool GetModeSettingsDialogLockedSettingItemMemoBySpecificSettingItem(const wchar_t* item, CWideString* text);
+  bool GetModeSettingsDialogLockedSettingItemMemoBySpecificSettingItem(const wchar_t* item,
+                                                                       CWideString* text);
   bool GetModeSettingsDialogShowAnnounceModeIsChangedDialog(CWideString* text);
   bool GetModeSettingsDialogOKButtonName(CWideString* text);
   bool GetModeSettingsDialogCancelButtonName(CWideString* text);

@@ -51,13 +51,12 @@ void CModeChangeSettings::FindDefaultSettingsPath() {
 
 bool CModeChangeSettings::GetDefaultAnnounceModeIsChangedDialogDisplaySetting(bool* show) const {
   if (show == nullptr) {
-    return trace.Write(
-        L"CModeChangeSettings::GetDefaultAnnounceModeIsChangedDialogDisplaySetting", 104);
+    return trace.Write(L"CModeChangeSettings::GetDefaultAnnounceModeIsChangedDialogDisplaySetting",
+                       104);
   }
   if (!Common::FileExists(defaultSettingsPath)) {
-    return trace.Write(
-        L"CModeChangeSettings::GetDefaultAnnounceModeIsChangedDialogDisplaySetting", 110,
-        defaultSettingsPath.c_str());
+    return trace.Write(L"CModeChangeSettings::GetDefaultAnnounceModeIsChangedDialogDisplaySetting",
+                       110, defaultSettingsPath.c_str());
   }
   *show = Common::ReadIniInt(defaultSettingsPath, kCommon, kShowAnnouncement, 1) != 0;
   return true;
@@ -100,8 +99,8 @@ bool CModeChangeSettings::GetDefaultSettingItemValue(const wchar_t* mode, const 
     return trace.Write(L"CModeChangeSettings::GetDefaultSettingItemValue", 211,
                        defaultSettingsPath.c_str());
   }
-  *value = Common::ReadIniInt(defaultSettingsPath, GetDefaultSection(mode).c_str(), item,
-                              kDoNothing);
+  *value =
+      Common::ReadIniInt(defaultSettingsPath, GetDefaultSection(mode).c_str(), item, kDoNothing);
   return true;
 }
 
@@ -141,8 +140,8 @@ bool CModeChangeSettings::GetDefaultAutoONOFFSetting(const wchar_t* mode, bool* 
     return trace.Write(L"CModeChangeSettings::GetDefaultAutoONOFFSetting", 246,
                        defaultSettingsPath.c_str());
   }
-  *on = Common::ReadIniInt(defaultSettingsPath, GetDefaultSection(mode).c_str(), kAutoONOFF, 0) ==
-        1;
+  *on =
+      Common::ReadIniInt(defaultSettingsPath, GetDefaultSection(mode).c_str(), kAutoONOFF, 0) == 1;
   return true;
 }
 

@@ -44,8 +44,7 @@ bool CModeChangeStatus::GetNormalEnvironmentSetting(const wchar_t* item,
     return trace.Write(L"CModeChangeStatus::GetNormalEnvironmentSetting", 175);
   }
   if (!Common::FileExists(statusPath)) {
-    return trace.Write(L"CModeChangeStatus::GetNormalEnvironmentSetting", 181,
-                       statusPath.c_str());
+    return trace.Write(L"CModeChangeStatus::GetNormalEnvironmentSetting", 181, statusPath.c_str());
   }
   *value = Common::ReadIniInt(statusPath, kNormalEnvironment, item, kNothingSaved);
   return true;

@@ -19,7 +19,8 @@ constexpr const wchar_t* kFolder = L"Brivane\\Kestrola";
 
 // One entry each for Local System, Administrators and Users: allowed to read, write and execute,
 // inherited by files and folders.
-constexpr const wchar_t* kAccess = L"D:(A;OICI;GRGWGX;;;SY)(A;OICI;GRGWGX;;;BA)(A;OICI;GRGWGX;;;BU)";
+constexpr const wchar_t* kAccess =
+    L"D:(A;OICI;GRGWGX;;;SY)(A;OICI;GRGWGX;;;BA)(A;OICI;GRGWGX;;;BU)";
 
 bool Fail(const TraceLog& trace, const TracePoint& point, const CWideString& path) {
   const DWORD error = ::GetLastError();

@@ -8,8 +8,12 @@ std::int32_t screenPixelsPerInch = 0;
 
 }  // namespace
 
-void Set(std::int32_t pixelsPerInch) noexcept { screenPixelsPerInch = pixelsPerInch; }
+void Set(std::int32_t pixelsPerInch) noexcept {
+  screenPixelsPerInch = pixelsPerInch;
+}
 
-std::int32_t Get() noexcept { return screenPixelsPerInch; }
+std::int32_t Get() noexcept {
+  return screenPixelsPerInch;
+}
 
 }  // namespace ScreenDpi

@@ -25,9 +25,9 @@ constexpr DWORD kPathCapacity = MAX_PATH + 1;
 const wchar_t* FindModuleName(std::array<wchar_t, kPathCapacity>& path) noexcept {
   constexpr const wchar_t* kUnknown = L"Unknown";
   HMODULE module = nullptr;
-  if (::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                               GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                           reinterpret_cast<const wchar_t*>(&FindModuleName), &module) == FALSE) {
+  if (::GetModuleHandleExW(
+          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+          reinterpret_cast<const wchar_t*>(&FindModuleName), &module) == FALSE) {
     return kUnknown;
   }
   if (::GetModuleFileNameW(module, path.data(), kPathCapacity) == 0) return kUnknown;
@@ -37,8 +37,7 @@ const wchar_t* FindModuleName(std::array<wchar_t, kPathCapacity>& path) noexcept
 }
 
 void Describe(EVENT_DATA_DESCRIPTOR& item, const wchar_t* text) noexcept {
-  ::EventDataDescCreate(&item, text,
-                        static_cast<ULONG>((std::wcslen(text) + 1) * sizeof(wchar_t)));
+  ::EventDataDescCreate(&item, text, static_cast<ULONG>((std::wcslen(text) + 1) * sizeof(wchar_t)));
 }
 
 }  // namespace
