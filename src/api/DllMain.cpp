@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "common/CUniqueHandle.h"
-#include "settings/ScreenDpi.h"
+#include "settings/design/ScreenDpi.h"
 #include "trace/TraceLog.h"
 
 namespace {

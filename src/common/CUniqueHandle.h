@@ -32,6 +32,8 @@ class CUniqueHandle {
   }
 
   [[nodiscard]] Type Get() const noexcept { return handle; }
+  /// Gives the object up without closing it.
+  [[nodiscard]] Type Release() noexcept { return std::exchange(handle, Traits::None()); }
   explicit operator bool() const noexcept { return handle != Traits::None(); }
 
  private:
@@ -59,3 +61,27 @@ struct LocalMemoryTraits {
   static void Close(Type memory) noexcept { ::LocalFree(memory); }
 };
 using CUniqueLocalMemory = CUniqueHandle<LocalMemoryTraits>;
+
+/// A DLL that was loaded with LoadLibrary.
+struct ModuleTraits {
+  using Type = HMODULE;
+  static Type None() noexcept { return nullptr; }
+  static void Close(Type module) noexcept { ::FreeLibrary(module); }
+};
+using CUniqueModule = CUniqueHandle<ModuleTraits>;
+
+struct RegistryKeyTraits {
+  using Type = HKEY;
+  static Type None() noexcept { return nullptr; }
+  static void Close(Type key) noexcept { ::RegCloseKey(key); }
+};
+using CUniqueRegistryKey = CUniqueHandle<RegistryKeyTraits>;
+
+template <class GdiObject>
+struct GdiObjectTraits {
+  using Type = GdiObject;
+  static Type None() noexcept { return nullptr; }
+  static void Close(Type object) noexcept { ::DeleteObject(object); }
+};
+using CUniqueBrush = CUniqueHandle<GdiObjectTraits<HBRUSH>>;
+using CUniqueFont = CUniqueHandle<GdiObjectTraits<HFONT>>;

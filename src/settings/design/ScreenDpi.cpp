@@ -1,4 +1,4 @@
-#include "settings/ScreenDpi.h"
+#include "settings/design/ScreenDpi.h"
 
 namespace ScreenDpi {
 

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <windows.h>
+
+/// The hidden window that carries out mode changes.
+///
+/// It takes one ChangeModeRequest at a time and walks through all setting items of the
+/// configuration, one after the other: an engine is asked to set the item's new value and posts a
+/// completion notice; then the next item follows. The thread's message loop drives it, so the
+/// thread stays responsive while devices change. Requesters must not overlap changes on one window.
+///
+/// Items that were set before a failure keep their new values; there is no rollback.
+namespace ChangeModeWindow {
+
+/// Makes a window on the calling thread; null on failure. It lives until WM_CLOSE.
+[[nodiscard]] HWND CreateMyWindow(HINSTANCE module);
+
+}  // namespace ChangeModeWindow

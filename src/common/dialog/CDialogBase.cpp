@@ -1,0 +1,100 @@
+#include "common/dialog/CDialogBase.h"
+
+#include <exception>
+#include <new>
+
+#include "common/ModuleHelpers.h"
+
+/// What a window keeps instead of the object itself. It lives as long as anybody counts on it: its
+/// creator until the dialog is made, the window, and every handler that runs.
+class CDialogBase::Binding : public std::enable_shared_from_this<Binding> {
+ public:
+  explicit Binding(CDialogBase* dialog) noexcept : dialog(dialog) {}
+
+  /// The object; null once it is gone or its window is.
+  [[nodiscard]] CDialogBase* Dialog() const noexcept { return dialog; }
+  [[nodiscard]] bool WasAttached() const noexcept { return wasAttached; }
+
+  void Attach(HWND window) noexcept {
+    keptByWindow = shared_from_this();
+    wasAttached = true;
+    dialog->binding = this;
+    dialog->window = window;
+  }
+  void DetachObject() noexcept {
+    if (dialog == nullptr) return;
+    dialog->binding = nullptr;
+    dialog->window = nullptr;
+    dialog = nullptr;
+  }
+  void DetachWindow() noexcept { keptByWindow.reset(); }
+
+ private:
+  CDialogBase* dialog;
+  bool wasAttached = false;
+  std::shared_ptr<Binding> keptByWindow;
+};
+
+CDialogBase::~CDialogBase() {
+  if (binding == nullptr) return;
+  const HWND orphan = window;
+  binding->DetachObject();
+  ::DestroyWindow(orphan);
+}
+
+std::shared_ptr<CDialogBase::Binding> CDialogBase::CreateBinding() noexcept {
+  try {
+    return std::make_shared<Binding>(this);
+  } catch (const std::bad_alloc&) {
+    ::SetLastError(ERROR_OUTOFMEMORY);
+    return nullptr;
+  }
+}
+
+bool CDialogBase::RunModal(WORD templateId, HWND owner) {
+  const std::shared_ptr<Binding> created = CreateBinding();
+  if (created == nullptr) return false;
+  ::DialogBoxParamW(Common::GetMyModuleHandle(), MAKEINTRESOURCEW(templateId), owner, DialogProc,
+                    reinterpret_cast<LPARAM>(created.get()));
+  return created->WasAttached();
+}
+
+bool CDialogBase::Create(WORD templateId, HWND parent) {
+  const std::shared_ptr<Binding> created = CreateBinding();
+  if (created == nullptr) return false;
+  return ::CreateDialogParamW(Common::GetMyModuleHandle(), MAKEINTRESOURCEW(templateId), parent,
+                              DialogProc, reinterpret_cast<LPARAM>(created.get())) != nullptr;
+}
+
+INT_PTR CDialogBase::Handled(LRESULT result) const noexcept {
+  if (window != nullptr) ::SetWindowLongPtrW(window, DWLP_MSGRESULT, result);
+  return TRUE;
+}
+
+INT_PTR CALLBACK CDialogBase::DialogProc(HWND window, UINT message, WPARAM wParam,
+                                         LPARAM lParam) noexcept {
+  if (message == WM_INITDIALOG) {
+    ::SetWindowLongPtrW(window, DWLP_USER, lParam);
+    reinterpret_cast<Binding*>(lParam)->Attach(window);
+  }
+  auto* kept = reinterpret_cast<Binding*>(::GetWindowLongPtrW(window, DWLP_USER));
+  // Some messages come before WM_INITDIALOG.
+  if (kept == nullptr) return FALSE;
+
+  const std::shared_ptr<Binding> bound = kept->shared_from_this();
+  INT_PTR result = FALSE;
+  if (bound->Dialog() != nullptr) {
+    try {
+      result = bound->Dialog()->OnMessage(message, wParam, lParam);
+    } catch (const std::exception&) {
+      if (bound->Dialog() != nullptr) bound->Dialog()->OnHandlerFailed(message);
+      result = TRUE;
+    }
+  }
+  if (message == WM_NCDESTROY) {
+    ::SetWindowLongPtrW(window, DWLP_USER, 0);
+    bound->DetachObject();
+    bound->DetachWindow();
+  }
+  return result;
+}

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+
+/// A dialog that is made from one of the library's templates and handled by an object.
+///
+/// A small binding stands between the window and the object. So it does not
+/// matter which of the two goes first: a handler may destroy its own window, or run a modal loop
+/// in which somebody else does, and an object may be destroyed before its window. After a call
+/// that can do that, Window() is null.
+///
+/// Nothing is thrown into Windows: what a handler throws ends in OnHandlerFailed.
+class CDialogBase {
+ public:
+  CDialogBase(const CDialogBase&) = delete;
+  CDialogBase& operator=(const CDialogBase&) = delete;
+
+  /// Runs the dialog until EndDialog. False, with the last error set, when it never came up.
+  [[nodiscard]] bool RunModal(WORD templateId, HWND owner);
+
+  /// Makes the dialog as a window of its own or as a child, as its template says. False, with the
+  /// last error set, when it could not be made.
+  [[nodiscard]] bool Create(WORD templateId, HWND parent);
+
+  /// Null before WM_INITDIALOG and after WM_NCDESTROY.
+  [[nodiscard]] HWND Window() const noexcept { return window; }
+
+ protected:
+  CDialogBase() noexcept = default;
+  ~CDialogBase();
+
+  /// Handles a message, from WM_INITDIALOG on, and returns what a dialog procedure returns.
+  virtual INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) = 0;
+
+  /// A handler ran out of memory, or failed in another way that it did not report itself.
+  virtual void OnHandlerFailed(UINT message) noexcept = 0;
+
+  /// For OnMessage to return: the message is handled, with this result.
+  [[nodiscard]] INT_PTR Handled(LRESULT result = 0) const noexcept;
+
+ private:
+  class Binding;
+
+  [[nodiscard]] std::shared_ptr<Binding> CreateBinding() noexcept;
+  static INT_PTR CALLBACK DialogProc(HWND window, UINT message, WPARAM wParam,
+                                     LPARAM lParam) noexcept;
+
+  Binding* binding = nullptr;
+  HWND window = nullptr;
+};

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+#include <cstdint>
+
+#include "common/CUniqueHandle.h"
+#include "trace/TraceLog.h"
+
+/// The look of a dialog: fonts in the sizes that the texts' file asks for, and a small palette of
+/// greys that gives way to the system's colours in high contrast.
+///
+/// The designer owns what it hands out. A font or brush that could not be made is null, which means
+/// the dialog's own font and default painting.
+class CUIDesigner {
+ public:
+  // Indices of the fonts of each dialog, by what they are for.
+  enum ModeSettingsDialogFont : std::size_t {
+    kModeSettingsTitleFont,
+    kModeSelectionFont,
+    kRestoreDefaultSettingsFont,
+    kAutoONOFFFont,
+    kGroupTitleFont,
+    kSettingItemNameFont,
+    kSettingItemValueFont,
+    kSliderLabelFont,
+    kShowAnnouncementFont,
+    kModeSettingsButtonFont,
+    kModeSettingsDialogFontCount,
+  };
+  enum AnnounceDialogFont : std::size_t {
+    kAnnounceTitleFont,
+    kDescriptionFont,
+    kDetailInformationFont,
+    kNotShowThisDialogFont,
+    kAnnounceButtonFont,
+    kAnnounceDialogFontCount,
+  };
+
+  /// Makes all fonts.
+  CUIDesigner();
+
+  [[nodiscard]] HFONT GetModeSettingsDialogFont(ModeSettingsDialogFont font) const noexcept {
+    return modeSettingsDialogFonts.at(font).Get();
+  }
+  [[nodiscard]] HFONT GetUpdatePcEnvironmentDialogFont() const noexcept {
+    return updatePcEnvironmentDialogFont.Get();
+  }
+  [[nodiscard]] HFONT GetAnnounceDialogFont(AnnounceDialogFont font) const noexcept {
+    return announceDialogFonts.at(font).Get();
+  }
+
+  // Each call makes the brush anew, from the colours of that moment, and deletes the one that it
+  // made last time: a switch of high contrast shows at the next repaint.
+  HBRUSH GetDialogBackBrush();
+  HBRUSH GetTitleBackBrush();
+  HBRUSH GetSettingItemListGroupTitleBackBrush();
+  HBRUSH GetSettingItemListLineBackBrush(UINT lineNumber);
+
+  [[nodiscard]] COLORREF GetSettingItemListGroupTitleTextColor() const noexcept;
+  [[nodiscard]] bool IsHighContrastOn() const noexcept;
+
+ private:
+  HBRUSH Renew(CUniqueBrush* brush, COLORREF color, const TracePoint& failure) const;
+  [[nodiscard]] COLORREF GreyUnlessHighContrast(COLORREF grey) const noexcept;
+
+  CUniqueBrush dialogBackBrush;
+  CUniqueBrush titleBackBrush;
+  CUniqueBrush groupTitleBackBrush;
+  CUniqueBrush oddLineBackBrush;
+  CUniqueBrush evenLineBackBrush;
+  std::array<CUniqueFont, kModeSettingsDialogFontCount> modeSettingsDialogFonts;
+  CUniqueFont updatePcEnvironmentDialogFont;
+  std::array<CUniqueFont, kAnnounceDialogFontCount> announceDialogFonts;
+  TraceLog trace;
+};
