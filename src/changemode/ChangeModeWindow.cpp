@@ -45,7 +45,9 @@ void EndChange(ChangeModeWindowData& data, WPARAM result) noexcept {
   const HWND notifyWindow = data.notifyWindow;
   const UINT notifyMessage = data.notifyMessage;
   data.Reset();
-  if (notifyWindow != nullptr) ::PostMessageW(notifyWindow, notifyMessage, result, 0);
+  if (notifyWindow != nullptr && ::PostMessageW(notifyWindow, notifyMessage, result, 0) == FALSE) {
+    TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::EndChange", 205);
+  }
 }
 
 /// Drives the change on by a message to the window itself. Where Windows takes no message the
