@@ -1,0 +1,100 @@
+#!/usr/bin/env bash
+# Runs a Windows program of this build: run-under-wine.sh PROGRAM [ARGUMENT...]
+#
+# VELTO_WINDOWS says which Windows it finds, "win10" (if unset) or "win7"; LC_ALL says which user.
+# Each Windows is a Wine prefix in the build folder, made when first needed. Its server, with a
+# screen of its own unless DISPLAY is set, goes on for some minutes after the last program, so that
+# the next one starts at once, and then ends by itself.
+
+set -euo pipefail
+
+readonly wine=/usr/lib/wine/wine64
+readonly wineserver=/usr/lib/wine/wineserver64
+readonly idle_seconds=120
+readonly start_up_seconds=120
+
+fail() {
+  printf 'run-under-wine.sh: %s\n' "$*" >&2
+  exit 125
+}
+
+# The build folder is the nearest folder above the program with CMake's cache.
+find_build_folder() {
+  local folder
+  folder=$(dirname "$(realpath "$1")")
+  while [[ ! -e $folder/CMakeCache.txt ]]; do
+    [[ $folder != / ]] || fail "$1 is not in a build folder"
+    folder=$(dirname "$folder")
+  done
+  printf '%s' "$folder"
+}
+
+server_runs() { [[ -d $WINEPREFIX ]] && "$wineserver" -k0 2>/dev/null; }
+
+# Who starts the first program waits for its output to end. What stays longer must hold neither that
+# output nor the lock.
+detach() {
+  local descriptor
+  exec </dev/null >/dev/null 2>&1
+  for descriptor in /proc/self/fd/*; do
+    descriptor=${descriptor##*/}
+    ((descriptor <= 2)) || eval "exec $descriptor>&-"
+  done
+}
+
+# The server and its screen, as long as somebody uses them.
+run_session() {
+  local xvfb=
+  detach
+  trap '' HUP INT
+  if [[ -z ${DISPLAY-} ]]; then
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$session.xvfb" &
+    xvfb=$!
+    while [[ ! -s $session.xvfb ]] && kill -0 "$xvfb"; do sleep 0.05; done
+    DISPLAY=:$(<"$session.xvfb")
+  fi
+  printf '%s' "$DISPLAY" >"$session"
+  "$wineserver" --foreground --persistent="$idle_seconds"
+  [[ -z $xvfb ]] || kill "$xvfb"
+}
+
+start_session() {
+  mkdir -p "$WINEPREFIX"
+  "$wineserver" --wait  # for an earlier one that is about to end
+  rm -f "$session" "$session.xvfb"
+  # From a process in between, so that the session is nobody's child when it is left.
+  ((run_session) &)
+  local deadline=$((SECONDS + start_up_seconds))
+  until [[ -s $session ]] && server_runs; do
+    ((SECONDS < deadline)) || fail "no Wine server after $start_up_seconds seconds"
+    sleep 0.05
+  done
+}
+
+# Programs run through this start in the background what the session needs later on.
+quietly() { (detach && DISPLAY=$(<"$session") exec "$wine" "$@"); }
+
+(($# > 0)) || fail "usage: run-under-wine.sh PROGRAM [ARGUMENT...]"
+windows=${VELTO_WINDOWS:-win10}
+[[ $windows == win10 || $windows == win7 ]] || fail "unknown Windows: $windows"
+
+build_folder=$(find_build_folder "$1")
+session=$build_folder/wine/$windows.display
+export WINEPREFIX=$build_folder/wine/$windows
+export WINEDEBUG=-all
+export WINEDLLOVERRIDES='mscoree,mshtml='
+mkdir -p "$build_folder/wine"
+
+exec {lock}>"$build_folder/wine/$windows.lock"
+flock --wait 300 "$lock" || fail "the Wine prefix is in use by another start-up"
+if ! server_runs; then
+  start_session
+  # The first program also makes the prefix and starts its services. Not wineboot: a second one of
+  # that would start them twice, and they would not work.
+  quietly reg add 'HKCU\Software\Wine' /v Version /d "$windows" /f
+fi
+exec {lock}>&-
+
+DISPLAY=$(<"$session")
+export DISPLAY
+exec "$wine" "$@"
