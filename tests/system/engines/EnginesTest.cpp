@@ -94,7 +94,8 @@ void WriteParameter(UINT action, UINT uiParam, UINT pvParam = 0) {
   ::SystemParametersInfoW(action, uiParam, pointer, SPIF_UPDATEINIFILE);
 }
 
-/// The settings that the engines drive, put back when the test is over.
+/// The settings that the engines drive, put back when the test is over. They are the session's, so
+/// tests that run side by side take turns.
 class SettingsKeeper {
  public:
   SettingsKeeper() = default;
@@ -105,11 +106,21 @@ class SettingsKeeper {
     WriteParameter(SPI_SETKEYBOARDDELAY, delay);
     WriteParameter(SPI_SETMOUSESPEED, speed, speed);
     WriteParameter(SPI_SETSNAPTODEFBUTTON, snaps);
+    ::ReleaseMutex(turn);
+    ::CloseHandle(turn);
   }
   SettingsKeeper(const SettingsKeeper&) = delete;
   SettingsKeeper& operator=(const SettingsKeeper&) = delete;
 
  private:
+  static HANDLE TakeTurn() {
+    const HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Local\\VeltoSettingsOfTheSession");
+    constexpr DWORD kPatienceInMilliseconds = 60'000;
+    EXPECT_NE(::WaitForSingleObject(mutex, kPatienceInMilliseconds), DWORD{WAIT_TIMEOUT});
+    return mutex;
+  }
+
+  HANDLE turn = TakeTurn();
   UINT effects = ReadParameter(SPI_GETUIEFFECTS);
   UINT timeout = ReadParameter(SPI_GETSCREENSAVETIMEOUT);
   UINT active = ReadParameter(SPI_GETSCREENSAVEACTIVE);
@@ -369,9 +380,7 @@ TEST_P(EnginesTest, OutliveTheWindowThatWaits) {
 }
 
 INSTANTIATE_TEST_SUITE_P(All, EnginesTest, ::testing::ValuesIn(Engines()),
-                         [](const ::testing::TestParamInfo<EngineCase>& info) {
-                           return Text::ToUtf8(info.param.name);
-                         });
+                         [](const auto& test) { return Text::ToUtf8(test.param.name); });
 
 TEST(ScreenSaverEngineTest, CountsATimeBetweenTheValuesAsTheLongerOne) {
   const SettingsKeeper settings;
