@@ -1,0 +1,72 @@
+#!/usr/bin/env bash
+# Installs what is missing, checks and builds the project, and runs all of its tests.
+
+. "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+
+usage() {
+  cat <<'TEXT'
+Usage: scripts/test.sh [--fast]
+
+Installs what is missing on Debian 12, checks the formatting, builds with GCC and
+Clang, runs clang-tidy and then all tests of both builds. Ends with CTest's summary
+of the release build.
+
+  --fast   only build and test the release build
+  --help   this text
+TEXT
+}
+
+check_formatting() {
+  log "Checking the formatting"
+  cpp_files '*.cpp' '*.h' | xargs clang-format --dry-run -Werror
+}
+
+# Clang's build knows how each file is compiled and with which headers. Findings go to the standard
+# output; what is left out is how many clang-tidy saw in the system's headers.
+run_clang_tidy() {
+  log "Running clang-tidy"
+  cpp_files '*.cpp' | xargs -n 1 -P "$jobs" clang-tidy --quiet -p build/clang 2>&1 |
+    sed --unbuffered -E '/^[0-9]+ warnings? generated\.$/d'
+}
+
+test_clang_build() {
+  log "Testing the Clang build"
+  local output=build/clang/tests.log
+  if ! ctest --preset clang --parallel "$jobs" &>"$output"; then
+    cat "$output"
+    fail "tests of the Clang build failed"
+  fi
+  grep '% tests passed,' "$output"
+}
+
+# The whole run of the release build also judges whether every failure point was observed. CTest
+# keeps the output of a test that passes to itself, so the report goes in before its summary.
+test_release_build() {
+  log "Testing the release build"
+  rm -f build/release/trace_coverage.txt
+  VELTO_WHOLE_RUN=1 ctest --preset release --parallel "$jobs" |
+    sed --unbuffered '/% tests passed,/e cat build/release/trace_coverage.txt'
+}
+
+case "${1-}" in
+  "") fast=false ;;
+  --fast) fast=true ;;
+  --help)
+    usage
+    exit
+    ;;
+  *)
+    usage >&2
+    exit 64
+    ;;
+esac
+
+install_packages
+if ! $fast; then
+  check_formatting
+  build clang
+  run_clang_tidy
+  test_clang_build
+fi
+build release
+test_release_build

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <windows.h>
+
+#include "common/CWideString.h"
+
+/// A standard stream of this program that takes any text: a console is given UTF-16, a file or a
+/// pipe UTF-8.
+class TextOutput {
+ public:
+  /// `standardHandle` is STD_OUTPUT_HANDLE or STD_ERROR_HANDLE.
+  explicit TextOutput(DWORD standardHandle) noexcept;
+
+  void WriteLine(const CWideString& text = {});
+
+ private:
+  HANDLE stream;
+  bool isConsole = false;
+};
