@@ -2,38 +2,51 @@
 
 #include <windows.h>
 // windows.h first: the others need its types.
-#include <aclapi.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sddl.h>
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "Failure.h"
 #include "support/Files.h"
+#include "system/engines/ImportPatch.h"
+
+using ::testing::ElementsAre;
 
 namespace {
 
-/// The access list as text; Windows adds what is inherited from above, which is left out.
-std::wstring AccessOf(const std::filesystem::path& folder) {
-  PACL list = nullptr;
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  EXPECT_EQ(::GetNamedSecurityInfoW(folder.c_str(), SE_FILE_OBJECT, DACL_SECURITY_INFORMATION,
-                                    nullptr, nullptr, &list, nullptr, &descriptor),
-            DWORD{ERROR_SUCCESS});
-  std::wstring text;
-  for (DWORD i = 0; list != nullptr && i < list->AceCount; ++i) {
-    ACCESS_ALLOWED_ACE* entry = nullptr;
-    EXPECT_NE(::GetAce(list, i, reinterpret_cast<void**>(&entry)), FALSE);
-    if ((entry->Header.AceFlags & INHERITED_ACE) != 0) continue;
-    EXPECT_EQ(entry->Header.AceType, ACCESS_ALLOWED_ACE_TYPE);
-    wchar_t* sid = nullptr;
-    EXPECT_NE(::ConvertSidToStringSidW(&entry->SidStart, &sid), FALSE);
-    text += std::wstring(sid) + L" ";
-    ::LocalFree(sid);
+/// The security that folders are made with, as text. Wine keeps only what its file system can, so
+/// the folders themselves do not tell.
+class MadeFolders {
+ public:
+  MadeFolders() {
+    securities.clear();
+    original = ReplaceImport(::GetModuleHandleW(nullptr), "CreateDirectoryW", CreateFolder);
   }
-  ::LocalFree(descriptor);
-  return text;
-}
+  ~MadeFolders() { ReplaceImport(::GetModuleHandleW(nullptr), "CreateDirectoryW", original); }
+  MadeFolders(const MadeFolders&) = delete;
+  MadeFolders& operator=(const MadeFolders&) = delete;
+
+  static inline std::vector<std::wstring> securities;
+
+ private:
+  static BOOL WINAPI CreateFolder(const wchar_t* path, SECURITY_ATTRIBUTES* attributes) {
+    wchar_t* text = nullptr;
+    EXPECT_NE(::ConvertSecurityDescriptorToStringSecurityDescriptorW(
+                  attributes->lpSecurityDescriptor, SDDL_REVISION_1, DACL_SECURITY_INFORMATION,
+                  &text, nullptr),
+              FALSE);
+    securities.emplace_back(text);
+    ::LocalFree(text);
+    EXPECT_EQ(attributes->bInheritHandle, FALSE);
+    return original(path, attributes);
+  }
+
+  static inline BOOL(WINAPI* original)(const wchar_t*, SECURITY_ATTRIBUTES*);
+};
 
 class DataFolderTest : public ::testing::Test {
  protected:
@@ -65,10 +78,10 @@ TEST_F(DataFolderTest, IsCompletedWhereTheMakersFolderIsThere) {
 }
 
 TEST_F(DataFolderTest, IsOpenToTheSystemAdministratorsAndUsers) {
+  const MadeFolders made;
   DataFolder::MakeBelow(base);
-  const std::wstring everybody = L"S-1-5-18 S-1-5-32-544 S-1-5-32-545 ";
-  EXPECT_EQ(AccessOf(base / L"Brivane"), everybody);
-  EXPECT_EQ(AccessOf(base / L"Brivane" / L"Kestrola"), everybody);
+  const std::wstring everybody = L"D:(A;OICI;GXGWGR;;;SY)(A;OICI;GXGWGR;;;BA)(A;OICI;GXGWGR;;;BU)";
+  EXPECT_THAT(MadeFolders::securities, ElementsAre(everybody, everybody));
 }
 
 TEST_F(DataFolderTest, SaysWhichLevelCannotBeMade) {
