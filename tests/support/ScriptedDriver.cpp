@@ -41,23 +41,28 @@ ScriptedDriver::~ScriptedDriver() {
 }
 
 DWORD ScriptedDriver::GetLEDInfo(DWORD* info) {
-  calls.emplace_back("GetLEDInfo");
+  Record("GetLEDInfo");
   if (getLEDInfoStatus == 0) *info = ledInfo;
   return getLEDInfoStatus;
 }
 
 DWORD ScriptedDriver::SetLEDControl(DWORD id, DWORD value) {
-  calls.push_back(Describe("SetLEDControl", id, value));
+  Record(Describe("SetLEDControl", id, value));
   return setLEDControlStatus;
 }
 
 DWORD ScriptedDriver::GetSwitchInfo(DWORD* info) {
-  calls.emplace_back("GetSwitchInfo");
+  Record("GetSwitchInfo");
   if (getSwitchInfoStatus == 0) *info = switchInfo;
   return getSwitchInfoStatus;
 }
 
 DWORD ScriptedDriver::SetApplicationSwitch(DWORD mask, DWORD value) {
-  calls.push_back(Describe("SetApplicationSwitch", mask, value));
+  Record(Describe("SetApplicationSwitch", mask, value));
   return setApplicationSwitchStatus;
+}
+
+void ScriptedDriver::Record(const std::string& call) {
+  calls.push_back(call);
+  if (onCall) onCall(call);
 }

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,8 @@ class ScriptedDriver final : public DriverBehaviour {
   DWORD setLEDControlStatus = 0;
   DWORD getSwitchInfoStatus = 0;
   DWORD setApplicationSwitchStatus = 0;
+  /// Called at the start of every call with its line of `calls`; may do anything.
+  std::function<void(const std::string&)> onCall;
 
   // What happened.
   std::vector<std::string> calls;
@@ -33,6 +36,8 @@ class ScriptedDriver final : public DriverBehaviour {
   DWORD SetLEDControl(DWORD id, DWORD value) override;
   DWORD GetSwitchInfo(DWORD* info) override;
   DWORD SetApplicationSwitch(DWORD mask, DWORD value) override;
+
+  void Record(const std::string& call);
 
   std::wstring path;
   HMODULE module = nullptr;

@@ -1,29 +1,12 @@
 #include "system/engines/EngineDll.h"
 
 #include <array>
-#include <filesystem>
 #include <stdexcept>
 
-#include "support/Files.h"
-
-namespace {
-
-/// Tests run in a folder of their own somewhere below the build folder.
-std::filesystem::path EnginesFolder() {
-  const std::filesystem::path program = Files::ProgramPath();
-  for (std::filesystem::path folder = program.parent_path(); folder != folder.parent_path();
-       folder = folder.parent_path()) {
-    if (std::filesystem::is_directory(folder / L"bin" / L"Engines")) {
-      return folder / L"bin" / L"Engines";
-    }
-  }
-  throw std::runtime_error("no bin\\Engines above " + program.string());
-}
-
-}  // namespace
+#include "system/BuildFolder.h"
 
 EngineDll::EngineDll(const std::wstring& name)
-    : module(::LoadLibraryW((EnginesFolder() / (name + L".dll")).c_str())) {
+    : module(::LoadLibraryW((BuiltProgramsFolder() / L"Engines" / (name + L".dll")).c_str())) {
   if (module == nullptr) throw std::runtime_error("the engine does not load");
   Find("VeltoDeviceEngine_CreateHandle", &createHandle);
   Find("VeltoDeviceEngine_DeleteHandle", &deleteHandle);

@@ -4,8 +4,8 @@
 #include <array>
 #include <atomic>
 #include <functional>
+#include <ostream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "support/PeImage.h"
@@ -46,6 +46,10 @@ struct EngineCase {
   std::function<std::wstring()> readDevice;
   std::vector<std::wstring> devices;
 };
+
+void PrintTo(const EngineCase& engine, std::ostream* stream) {
+  *stream << Text::ToUtf8(engine.name);
+}
 
 std::wstring ReadVisualEffects() {
   return std::to_wstring(ReadParameter(SPI_GETUIEFFECTS));
@@ -170,7 +174,7 @@ void WaitUntil(const std::function<bool()>& condition) {
   const ULONGLONG deadline = ::GetTickCount64() + kPatienceInMilliseconds;
   while (!condition()) {
     ASSERT_LT(::GetTickCount64(), deadline);
-    std::this_thread::yield();
+    ::SwitchToThread();
   }
 }
 

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "Failure.h"
+#include "CommandError.h"
 #include "support/Files.h"
 #include "system/engines/ImportPatch.h"
 
@@ -88,8 +88,8 @@ TEST_F(DataFolderTest, SaysWhichLevelCannotBeMade) {
   try {
     DataFolder::MakeBelow(base / L"missing");
     ADD_FAILURE() << "nothing was thrown";
-  } catch (const Failure& failure) {
-    EXPECT_NE(failure.problem.find((base / L"missing" / L"Brivane").wstring()), std::wstring::npos);
-    EXPECT_NE(failure.problem.find(L"(error 3)"), std::wstring::npos);
+  } catch (const CommandError& error) {
+    EXPECT_NE(error.problem.find((base / L"missing" / L"Brivane").wstring()), std::wstring::npos);
+    EXPECT_NE(error.problem.find(L"(error 3)"), std::wstring::npos);
   }
 }
