@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "changemode/ChangeModeMessages.h"
@@ -40,11 +41,14 @@ void FreeData(HWND window) noexcept {
   ::SetWindowLongPtrW(window, GWLP_USERDATA, 0);
 }
 
-/// Ends the change, however it went, and tells the requester, if there is one.
-void EndChange(ChangeModeWindowData& data, WPARAM result) noexcept {
-  const HWND notifyWindow = data.notifyWindow;
-  const UINT notifyMessage = data.notifyMessage;
-  data.Reset();
+/// Ends the change, however it went, and tells the requester, if there is one. Takes the window: a
+/// driver that handles messages while it is asked can close it, and the record is gone then.
+void EndChange(HWND window, WPARAM result) noexcept {
+  ChangeModeWindowData* data = GetData(window);
+  if (data == nullptr) return;
+  const HWND notifyWindow = data->notifyWindow;
+  const UINT notifyMessage = data->notifyMessage;
+  data->Reset();
   if (notifyWindow != nullptr && ::PostMessageW(notifyWindow, notifyMessage, result, 0) == FALSE) {
     TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::EndChange", 205);
   }
@@ -55,9 +59,8 @@ void EndChange(ChangeModeWindowData& data, WPARAM result) noexcept {
 void PostToMyself(HWND window, UINT message, WPARAM result) {
   if (::PostMessageW(window, message, result, 0) != FALSE) return;
   const DWORD error = ::GetLastError();
+  EndChange(window, kChangeFailed);
   TraceLog().WriteUInt(L"ChangeModeWindow::`anonymous-namespace'::PostToMyself", 214, error);
-  ChangeModeWindowData* data = GetData(window);
-  if (data != nullptr) EndChange(*data, kChangeFailed);
 }
 
 // --- Lamps -------------------------------------------------------------------------------------
@@ -333,8 +336,15 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 321);
   }
   CWideString modeName;
-  if (!Common::ReadForeignText(request.modeName, kMostCharactersOfModeName, &modeName)) {
-    return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 324);
+  try {
+    if (!Common::ReadForeignText(request.modeName, kMostCharactersOfModeName, &modeName)) {
+      return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 324);
+    }
+  } catch (const std::bad_alloc&) {
+    // The request is good, and its requester waits to be told how the change ended.
+    data->notifyWindow = request.notifyWindow;
+    data->notifyMessage = request.notifyMessage;
+    throw;
   }
 
   data->notifyWindow = request.notifyWindow;
@@ -342,7 +352,7 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
   data->itemIndex = 0;
   data->newModeName = modeName;
   data->newModeStatus = request.modeStatus;
-  data->requestUnderWay = true;
+  data->stage = ChangeModeWindowData::Stage::kItemDue;
   if (!GetCurrentONModeName(&data->currentOnModeName)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 330);
   }
@@ -365,6 +375,11 @@ bool OnSetDeviceStatus(HWND window) {
   if (data == nullptr) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 379);
   }
+  if (data->stage != ChangeModeWindowData::Stage::kItemDue) {
+    TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 383);
+    return true;
+  }
+  data->stage = ChangeModeWindowData::Stage::kItemUnderWay;
   if (data->itemIndex >= data->settingItemNames.size()) {
     return TraceLog().WriteUInt(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 384,
                                 data->itemIndex);
@@ -441,15 +456,16 @@ void OnCompletionNotice(HWND window, WPARAM result) {
   }
   switch (result) {
     case kItemDone:
-      if (!data->requestUnderWay) {
+      if (data->stage != ChangeModeWindowData::Stage::kItemUnderWay) {
         TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 490);
         return;
       }
       ++data->itemIndex;
       if (data->itemIndex < data->settingItemNames.size()) {
+        data->stage = ChangeModeWindowData::Stage::kItemDue;
         PostToMyself(window, WM_CHANGEMODE_SETDEVICESTATUS, 0);
       } else {
-        EndChange(*data, CompleteChange(*data) ? kChangeCompleted : kChangeFailed);
+        EndChange(window, CompleteChange(*data) ? kChangeCompleted : kChangeFailed);
       }
       return;
     case kItemFailed:
@@ -458,12 +474,12 @@ void OnCompletionNotice(HWND window, WPARAM result) {
       TraceLog().WriteUIntPair(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 469,
                                data->itemIndex, static_cast<std::uint32_t>(result));
       RestoreWirelessLamp(data->currentOnModeName);
-      EndChange(*data, result == kItemFailed ? kChangeFailed : result);
+      EndChange(window, result == kItemFailed ? kChangeFailed : result);
       return;
     default:
       TraceLog().WriteUInt(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 629,
                            static_cast<std::uint32_t>(result));
-      EndChange(*data, kChangeFailed);
+      EndChange(window, kChangeFailed);
   }
 }
 
@@ -515,8 +531,7 @@ LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
             OnCompletionNotice(window, wParam);
             return true;
           })) {
-        ChangeModeWindowData* data = GetData(window);
-        if (data != nullptr) EndChange(*data, kChangeFailed);
+        EndChange(window, kChangeFailed);
       }
       return 0;
     default:

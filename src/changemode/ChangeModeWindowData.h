@@ -10,6 +10,14 @@
 
 /// What a change-mode window knows about the change that it carries out.
 struct ChangeModeWindowData {
+  /// Where the change stands. A message that does not fit is a left-over: an engine reported twice
+  /// or too late, or another request took the place of the one that the message belongs to.
+  enum class Stage {
+    kIdle,          // no accepted request is under way
+    kItemDue,       // WM_CHANGEMODE_SETDEVICESTATUS was posted for the current item
+    kItemUnderWay,  // the current item's completion notice is awaited
+  };
+
   /// Forgets the change and unloads its engine; the setting items stay.
   void Reset() noexcept {
     busy = false;
@@ -20,7 +28,7 @@ struct ChangeModeWindowData {
     newModeName = {};
     newModeStatus = 0;
     engine.reset();
-    requestUnderWay = false;
+    stage = Stage::kIdle;
   }
 
   // Refuses requests while set. Nothing sets it: a second request overwrites the first one.
@@ -33,7 +41,5 @@ struct ChangeModeWindowData {
   UINT newModeStatus = 0;
   std::vector<CWideString> settingItemNames;
   std::shared_ptr<CDeviceEngineHelper> engine;  // of the item being set; shared with the call in it
-  // True from an accepted request to its end: an engine that reports again later must not start
-  // anything.
-  bool requestUnderWay = false;
+  Stage stage = Stage::kIdle;
 };

@@ -20,11 +20,28 @@ std::size_t CountCharactersToPageEnd(const wchar_t* address) noexcept {
   return std::max<std::size_t>(bytes / sizeof(wchar_t), 1);
 }
 
+/// Where Windows is imitated, ReadProcessMemory also reads pages that allow no access.
+bool AllowsAccess(const void* address, std::size_t size) noexcept {
+  auto current = reinterpret_cast<std::uintptr_t>(address);
+  const std::uintptr_t end = current + size;
+  while (current < end) {
+    MEMORY_BASIC_INFORMATION pages{};
+    if (::VirtualQuery(reinterpret_cast<const void*>(current), &pages, sizeof(pages)) == 0 ||
+        pages.State != MEM_COMMIT || (pages.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0) {
+      return false;
+    }
+    current = reinterpret_cast<std::uintptr_t>(pages.BaseAddress) + pages.RegionSize;
+  }
+  return true;
+}
+
 }  // namespace
 
 bool ReadForeignMemory(const void* address, void* copy, std::size_t size) noexcept {
+  // The pages may change in between, so the copy has to stand that.
   SIZE_T read = 0;
-  return ::ReadProcessMemory(::GetCurrentProcess(), address, copy, size, &read) != FALSE &&
+  return AllowsAccess(address, size) &&
+         ::ReadProcessMemory(::GetCurrentProcess(), address, copy, size, &read) != FALSE &&
          read == size;
 }
 

@@ -94,6 +94,7 @@ std::vector<EngineCase> Engines() {
 
 /// Sets what the engines set, past them.
 void WriteParameter(UINT action, UINT uiParam, UINT pvParam = 0) {
+  // NOLINTNEXTLINE(performance-no-int-to-ptr): the number itself goes where a pointer is expected
   void* const pointer = reinterpret_cast<void*>(UINT_PTR{pvParam});
   ::SystemParametersInfoW(action, uiParam, pointer, SPIF_UPDATEINIFILE);
 }
@@ -118,7 +119,7 @@ class SettingsKeeper {
 
  private:
   static HANDLE TakeTurn() {
-    const HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Local\\VeltoSettingsOfTheSession");
+    HANDLE mutex = ::CreateMutexW(nullptr, FALSE, L"Local\\VeltoSettingsOfTheSession");
     constexpr DWORD kPatienceInMilliseconds = 60'000;
     EXPECT_NE(::WaitForSingleObject(mutex, kPatienceInMilliseconds), DWORD{WAIT_TIMEOUT});
     return mutex;
@@ -232,7 +233,7 @@ TEST_P(EnginesTest, AnswerWhatTheLibraryAsks) {
 
 TEST_P(EnginesTest, RefuseWhatMakesNoSense) {
   int foreign = 0;
-  const HWND target = window.Get();
+  HWND target = window.Get();
   EXPECT_FALSE(engine.createHandle(nullptr));
   for (void* const handle : {static_cast<void*>(nullptr), static_cast<void*>(&foreign)}) {
     UINT count = 7;
@@ -255,8 +256,9 @@ TEST_P(EnginesTest, RefuseWhatMakesNoSense) {
   EXPECT_FALSE(engine.getNumber(engine.Handle(), VELTO_ENGINE_INT32_SUPPORTED, 0, nullptr));
 
   const auto pastLast = static_cast<UINT>(ValueCount());
-  for (const UINT identifier : {VELTO_ENGINE_INT32_SUPPORTED, VELTO_ENGINE_INT32_VALUE_COUNT,
-                                VELTO_ENGINE_INT32_CURRENT_VALUE, VELTO_ENGINE_INT32_BUSY}) {
+  for (const UINT identifier :
+       std::initializer_list<UINT>{VELTO_ENGINE_INT32_SUPPORTED, VELTO_ENGINE_INT32_VALUE_COUNT,
+                                   VELTO_ENGINE_INT32_CURRENT_VALUE, VELTO_ENGINE_INT32_BUSY}) {
     EXPECT_EQ(engine.Number(identifier, 1), std::nullopt) << identifier;
   }
   EXPECT_EQ(engine.Number(VELTO_ENGINE_INT32_VALUE_AVAILABLE, pastLast), std::nullopt);

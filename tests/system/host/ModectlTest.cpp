@@ -25,7 +25,7 @@ namespace {
 
 /// A machine's folder with modectl, the library and a configuration of two modes; gone afterwards.
 class ModectlTest : public ::testing::Test {
- protected:
+ public:
   ModectlTest() {
     fs::create_directories(folder / L"en-US");
     Copy(L"modectl.exe", L"modectl.exe");
@@ -69,6 +69,7 @@ class ModectlTest : public ::testing::Test {
   ModectlTest(const ModectlTest&) = delete;
   ModectlTest& operator=(const ModectlTest&) = delete;
 
+ protected:
   void Copy(const wchar_t* built, const wchar_t* name) const {
     // This runtime can't copy over a file, whatever it is told.
     fs::remove(folder / name);
@@ -180,7 +181,7 @@ constexpr const wchar_t* kMark = L"NotShowAnnounceModeIsChangeDialog";
 /// Switches modes for real: the data folder and the devices are the session's, so tests that run
 /// side by side take turns. Starts without the data folder and without a mark in the registry.
 class ModectlSwitchTest : public ModectlTest {
- protected:
+ public:
   ModectlSwitchTest() {
     constexpr DWORD kPatienceInMilliseconds = 60'000;
     EXPECT_NE(::WaitForSingleObject(turn, kPatienceInMilliseconds), DWORD{WAIT_TIMEOUT});
@@ -202,9 +203,11 @@ class ModectlSwitchTest : public ModectlTest {
   ModectlSwitchTest(const ModectlSwitchTest&) = delete;
   ModectlSwitchTest& operator=(const ModectlSwitchTest&) = delete;
 
+ protected:
   static void SetEffects(UINT on) {
-    ::SystemParametersInfoW(SPI_SETUIEFFECTS, 0, reinterpret_cast<void*>(UINT_PTR{on}),
-                            SPIF_UPDATEINIFILE);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): the number itself goes where a pointer is expected
+    void* const value = reinterpret_cast<void*>(UINT_PTR{on});
+    ::SystemParametersInfoW(SPI_SETUIEFFECTS, 0, value, SPIF_UPDATEINIFILE);
   }
   /// Another process changed it, so it is read where it is kept and not from this one's memory.
   static bool AreEffectsOn() {
@@ -237,7 +240,7 @@ HWND WaitForDialog(const wchar_t* title) {
   const ULONGLONG deadline = ::GetTickCount64() + kPatienceInMilliseconds;
   HWND dialog = nullptr;
   while (dialog == nullptr && ::GetTickCount64() < deadline) {
-    const HWND found = ::FindWindowW(L"#32770", title);
+    HWND found = ::FindWindowW(L"#32770", title);
     if (found != nullptr && ::IsWindowVisible(found) != FALSE) dialog = found;
     ::SwitchToThread();
   }
@@ -300,7 +303,7 @@ TEST_F(ModectlSwitchTest, TellsThatTheUserCancelled) {
   const ChildProcess modectl({.program = folder / L"modectl.exe",
                               .commandLine = L"modectl on eco",
                               .output = output.Get()});
-  const HWND dialog = WaitForDialog(title.c_str());
+  HWND dialog = WaitForDialog(title.c_str());
   ASSERT_NE(dialog, nullptr);
   ::PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
   constexpr std::uint32_t kPatienceInMilliseconds = 20'000;

@@ -223,7 +223,10 @@ TEST_F(ChangeModeWindowCreationTest, GivesItsMemoryBackWhenCreationFails) {
 
 TEST_F(ChangeModeWindowCreationTest, FailsCleanlyWhereverMemoryRunsOut) {
   WriteConfig({L"Screen", L"Keys"});
+  // What is made once per process, for windows and for exceptions, comes first.
   ::DestroyWindow(MakeWindow());
+  interposition.Fail("malloc", {.nth = 1});
+  EXPECT_EQ(MakeWindow(), nullptr);
   MemoryBalance memory(interposition);
 
   std::uint32_t failures = 0;

@@ -171,13 +171,12 @@ void ChangeModeWindowTest::RefuseToWrite(std::wstring section, std::wstring key)
 }
 
 void ChangeModeWindowTest::LogEverything() {
-  auto loaded = std::make_shared<std::map<std::uint64_t, std::string>>();
-  interposition.Observe("LoadLibraryW", [this, loaded](const Call& call) {
-    (*loaded)[call.result] = FileName(call.Text(0));
+  interposition.Observe("LoadLibraryW", [this](const Call& call) {
+    loadedModules[call.result] = FileName(call.Text(0));
     log.push_back("Load " + FileName(call.Text(0)));
   });
-  interposition.Observe("FreeLibrary", [this, loaded](const Call& call) {
-    log.push_back("Unload " + (*loaded)[call.arguments.at(0)]);
+  interposition.Observe("FreeLibrary", [this](const Call& call) {
+    log.push_back("Unload " + loadedModules[call.arguments.at(0)]);
   });
   interposition.Observe("WritePrivateProfileStringW", [this](const Call& call) {
     log.push_back("Write " + Entry(call.Text(0), call.Text(1), call.Text(2)));

@@ -142,4 +142,6 @@ class ChangeModeWindowTest : public ModeChangeTest {
     return sandbox.DataFile(L"ModeChange.Status.ini").wstring();
   }
   [[nodiscard]] std::string DescribePost(const Call& call) const;
+
+  std::map<std::uint64_t, std::string> loadedModules;  // file names, for the log
 };

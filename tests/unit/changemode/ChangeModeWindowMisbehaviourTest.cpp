@@ -322,7 +322,7 @@ TEST_F(ChangeModeWindowMisbehaviourTest, EndsTheChangeWhereAFailureCannotBePoste
 TEST_F(ChangeModeWindowMisbehaviourTest, IsIdleAgainWhereNoMessageCanBePostedAtAll) {
   interposition.Fail("PostMessageW", {.onwards = true});
   EXPECT_THAT(Change(L"Eco", kOn), IsEmpty());
-  EXPECT_EQ(traces.Take(), (Traces{In(L"PostToMyself", 214, L"1400"), In(L"EndChange", 205)}));
+  EXPECT_EQ(traces.Take(), (Traces{In(L"EndChange", 205), In(L"PostToMyself", 214, L"1400")}));
 
   EXPECT_EQ(Send(nullptr), TRUE);
   EXPECT_EQ(DescribeRecord(), kIdle);
@@ -331,31 +331,63 @@ TEST_F(ChangeModeWindowMisbehaviourTest, IsIdleAgainWhereNoMessageCanBePostedAtA
 
 // --- Memory that runs out ------------------------------------------------------------------------
 
-TEST_F(ChangeModeWindowMisbehaviourTest, EndsTheChangeWhereverMemoryRunsOut) {
-  InstallDriver();
-  PretendWindows7();
-  WriteConfig({L"Screen", L"Keys", L"Sound"}, 1);
-  interposition.SetRecording(false);
-  watchdog.SetPatience(90);
-  constexpr std::uint32_t kNever = std::numeric_limits<std::uint32_t>::max();
-  std::uint32_t failures = 0;
-  for (bool hit = true; hit;) {
-    SCOPED_TRACE(testing::Message() << "allocation " << failures + 1 << " fails");
-    StartAnew();
-    SetStatus(L"Quiet", 1);
-    interposition.ClearCalls();
-    interposition.Fail("malloc", {.nth = failures + 1});
-    const Notifications told = Change(L"Eco", kOn);
-    hit = interposition.Count("malloc") > failures;
-    interposition.Fail("malloc", {.nth = kNever});
-    EXPECT_THAT(told, ElementsAre(Told(hit ? 0 : 1)));
-    ExpectEnginesClosed();
-    static_cast<void>(traces.Take());
-    if (HasFailure()) break;
-    if (hit) ++failures;
+class ChangeModeWindowMemoryTest : public ChangeModeWindowMisbehaviourTest {
+ protected:
+  static constexpr std::uint32_t kNever = std::numeric_limits<std::uint32_t>::max();
+
+  void SetUp() override {
+    ChangeModeWindowMisbehaviourTest::SetUp();
+    InstallDriver();
+    PretendWindows7();
+    WriteConfig({L"Screen", L"Keys", L"Sound"}, 1);
+    interposition.SetRecording(false);
+    watchdog.SetPatience(90);
   }
-  EXPECT_GE(failures, 50U);
+  void FailPostToWindow(std::uint32_t nth) {
+    const auto original = interposition.Original<decltype(&::PostMessageW)>("PostMessageW");
+    interposition.Replace(
+        "PostMessageW",
+        [this, original, nth, count = 0U](HWND target, UINT message, WPARAM wParam,
+                                          LPARAM lParam) mutable -> BOOL {
+          if (target != window || ++count != nth) {
+            return original(target, message, wParam, lParam);
+          }
+          ::SetLastError(ERROR_NOT_ENOUGH_QUOTA);
+          return FALSE;
+        });
+  }
+  /// Changes the mode again and again, each time with another allocation that fails, until there
+  /// was none left to fail. Each change has to end, and its requester to be told so once. Says how
+  /// many allocations there were.
+  std::uint32_t FailEachAllocation(std::uint32_t failingPost, WPARAM toldWithMemory) {
+    std::uint32_t failures = 0;
+    for (bool hit = true; hit && !HasFailure();) {
+      SCOPED_TRACE(testing::Message() << "allocation " << failures + 1 << " fails");
+      StartAnew();
+      SetStatus(L"Quiet", 1);
+      interposition.ClearCalls();
+      interposition.Fail("malloc", {.nth = failures + 1});
+      FailPostToWindow(failingPost);
+      const Notifications told = Change(L"Eco", kOn);
+      hit = interposition.Count("malloc") > failures;
+      interposition.Fail("malloc", {.nth = kNever});
+      EXPECT_THAT(told, ElementsAre(Told(hit ? 0 : toldWithMemory)));
+      ExpectEnginesClosed();
+      static_cast<void>(traces.Take());
+      if (hit) ++failures;
+    }
+    return failures;
+  }
+};
+
+TEST_F(ChangeModeWindowMemoryTest, EndsTheChangeWhereverItRunsOut) {
+  EXPECT_GE(FailEachAllocation(kNever, 1), 50U);
   ExpectEachItemSetOnce();
+}
+
+TEST_F(ChangeModeWindowMemoryTest, EndsTheChangeWhereMessagesRunOutToo) {
+  EXPECT_GE(FailEachAllocation(1, 0), 5U) << "the first item can't be posted";
+  EXPECT_GE(FailEachAllocation(2, 0), 20U) << "nor the second, nor a failure of the first";
 }
 
 }  // namespace

@@ -49,12 +49,13 @@ class MadeFolders {
 };
 
 class DataFolderTest : public ::testing::Test {
- protected:
+ public:
   DataFolderTest() { std::filesystem::create_directory(base); }
   ~DataFolderTest() override { EXPECT_TRUE(Files::RemoveTree(base)); }
   DataFolderTest(const DataFolderTest&) = delete;
   DataFolderTest& operator=(const DataFolderTest&) = delete;
 
+ protected:
   std::filesystem::path base = Files::ProgramPath().parent_path() / L"ApplicationData";
 };
 
