@@ -22,15 +22,15 @@ std::size_t CountCharactersToPageEnd(const wchar_t* address) noexcept {
 
 /// Where Windows is imitated, ReadProcessMemory also reads pages that allow no access.
 bool AllowsAccess(const void* address, std::size_t size) noexcept {
-  auto current = reinterpret_cast<std::uintptr_t>(address);
-  const std::uintptr_t end = current + size;
-  while (current < end) {
+  const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(address) + size;
+  const void* current = address;
+  while (reinterpret_cast<std::uintptr_t>(current) < end) {
     MEMORY_BASIC_INFORMATION pages{};
-    if (::VirtualQuery(reinterpret_cast<const void*>(current), &pages, sizeof(pages)) == 0 ||
-        pages.State != MEM_COMMIT || (pages.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0) {
+    if (::VirtualQuery(current, &pages, sizeof(pages)) == 0 || pages.State != MEM_COMMIT ||
+        (pages.Protect & (PAGE_NOACCESS | PAGE_GUARD)) != 0) {
       return false;
     }
-    current = reinterpret_cast<std::uintptr_t>(pages.BaseAddress) + pages.RegionSize;
+    current = static_cast<const char*>(pages.BaseAddress) + pages.RegionSize;
   }
   return true;
 }

@@ -59,6 +59,8 @@ CUIDesigner::CUIDesigner() {
   }
 }
 
+CUIDesigner::~CUIDesigner() = default;
+
 HBRUSH CUIDesigner::GetDialogBackBrush() {
   return Renew(&dialogBackBrush, ::GetSysColor(COLOR_WINDOW),
                {L"CUIDesigner::GetDialogBackBrush", 176});

@@ -40,6 +40,9 @@ class CUIDesigner {
 
   /// Makes all fonts.
   CUIDesigner();
+  ~CUIDesigner();
+  CUIDesigner(const CUIDesigner&) = delete;
+  CUIDesigner& operator=(const CUIDesigner&) = delete;
 
   [[nodiscard]] HFONT GetModeSettingsDialogFont(ModeSettingsDialogFont font) const noexcept {
     return modeSettingsDialogFonts.at(font).Get();
