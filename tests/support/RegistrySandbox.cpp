@@ -30,9 +30,8 @@ RegistrySandbox::RegistrySandbox()
 
   HKEY keys[std::size(kRedirections)] = {};
   for (std::size_t i = 0; i < std::size(keys); ++i) {
-    // Volatile: even a crashed test leaves nothing for long.
     Check(::RegCreateKeyExW(HKEY_CURRENT_USER, (path + L"\\" + kRedirections[i].name).c_str(), 0,
-                            nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &keys[i],
+                            nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &keys[i],
                             nullptr),
           "making a registry key");
   }
