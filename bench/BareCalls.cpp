@@ -138,12 +138,12 @@ std::function<void()> BareCalls::MakeStep(const Call& call) {
     };
   }
   if (call.function == "VerifyVersionInfoW") {
-    return [types = number32(1), mask = call.arguments.at(2)] {
+    return [compared = number32(1), conditions = call.arguments.at(2)] {
       OSVERSIONINFOEXW version{};
       version.dwOSVersionInfoSize = sizeof(version);
       version.dwMajorVersion = 6;
       version.dwMinorVersion = 2;
-      ::VerifyVersionInfoW(&version, types, mask);
+      ::VerifyVersionInfoW(&version, compared, conditions);
     };
   }
   throw std::invalid_argument("the benchmark can't repeat " + call.function);

@@ -84,7 +84,7 @@ build_folder=$(find_build_folder "$1")
 session=$build_folder/wine/$windows.display
 export WINEPREFIX=$build_folder/wine/$windows
 export WINEDEBUG=-all
-export WINEDLLOVERRIDES='mscoree,mshtml='
+export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
 mkdir -p "$build_folder/wine"
 
 exec {lock}>"$build_folder/wine/$windows.lock"

@@ -295,7 +295,7 @@ const std::vector<Damage>& Damage::All() {
                        .edit = EditInSeveralWays,
                        .save = SaveInSomeWay,
                        .spoil = SpoilInSeveralWays});
-    damages.push_back({.name = "WithHugeLines", .inputs = 8, .edit = MakeHugeLine});
+    damages.push_back({.name = "WithHugeLines", .inputs = 5, .edit = MakeHugeLine});
     return damages;
   }();
   return all;
