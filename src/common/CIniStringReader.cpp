@@ -1,6 +1,7 @@
 #include "common/CIniStringReader.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <limits>
 #include <utility>
 
@@ -28,9 +29,9 @@ std::vector<CWideString> CIniStringReader::ReadKeyNames(const wchar_t* section) 
 
   std::vector<CWideString> result;
   const wchar_t* const end = names.get() + length;
-  for (const wchar_t* name = names.get(); name < end && *name != L'\0';) {
-    result.emplace_back(name);
-    name += result.back().length() + 1;
+  for (const wchar_t* name = names.get(); name < end; name += std::wcslen(name) + 1) {
+    // A line that begins with "=" has a key without a name; the list goes on behind it.
+    if (*name != L'\0') result.emplace_back(name);
   }
   return result;
 }

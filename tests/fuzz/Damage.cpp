@@ -12,53 +12,49 @@ namespace {
 
 using Lines = Damage::Lines;
 
-// What people and programs write where a number belongs. The last ones make readers try many keys,
-// which takes time, so they are picked less often than the others.
-constexpr const wchar_t* kOddNumbers[] = {
-    L"-1",
-    L"0",
-    L"2147483647",
-    L"-2147483648",
-    L"2147483648",
-    L"4294967295",
-    L"4294967296",
-    L"12345678901234567890",
-    L"1001",
-    L"1000000",
-    L"0x7FFFFFFF",
-    L"-0",
-    L"+5",
-    L"  7",
-    L"1e9",
-    L"-100",
-    L"",
-    L"abc",
-    L"3.5",
-    L"\x0663",
-    L"00000000003x",
-    L"0x",
-};
+// What people and programs write where a number belongs.
+constexpr const wchar_t* kOddNumbers[] = {L"-1",
+                                          L"0",
+                                          L"2147483647",
+                                          L"-2147483648",
+                                          L"2147483648",
+                                          L"4294967295",
+                                          L"4294967296",
+                                          L"12345678901234567890",
+                                          L"1001",
+                                          L"1000000",
+                                          L"0x7FFFFFFF",
+                                          L"-0",
+                                          L"+5",
+                                          L"  7",
+                                          L"1e9",
+                                          L"-100",
+                                          L"",
+                                          L"abc",
+                                          L"3.5",
+                                          L"\x0663",
+                                          L"00000000003x",
+                                          L"0x"};
+// As counts these make readers try many keys, which takes time: they are rare.
 constexpr const wchar_t* kSlowNumbers[] = {L"999", L"1000"};
 
 constexpr const wchar_t* kOddIndices[] = {L"0",          L"5",          L"63",  L"999",
                                           L"1000",       L"1001",       L"007", L"-1",
                                           L"2147483646", L"2147483647", L"x",   L""};
 
-// Wine 8 ends the text of a file at a NUL only in some places, Windows in others: both are worth
-// it.
 constexpr wchar_t kControlCharacters[] = {
     L'\0', L'\x01', L'\b', L'\t', L'\n', L'\v', L'\f', L'\r', L'\x1A', L'\x1B', L'\x7F', L'\x85',
     L'\u00A0', L'\u2028', L'\u202E', L'\uFEFF',
     // Halves of surrogate pairs, and what is no character.
     static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0xDC00), static_cast<wchar_t>(0xFFFF)};
 
-constexpr const wchar_t* kBrokenLines[] = {L"[",      L"]",     L"[]",      L"=",        L"=value",
-                                           L"key",    L"[[x]]", L"[x",      L"x]",       L"Mode0",
-                                           L"\"=\"",  L"==",    L"[=]=[=]", L";",        L"\\",
-                                           L"Mode0=", L" = ",   L"[a]b=c",  L"\xFEFF[a]"};
+constexpr const wchar_t* kBrokenKeys[] = {L"=", L"=value", L" = ",   L"key", L"==",
+                                          L";", L"\\",     L"\"=\"", L"]",   L"Mode0="};
+constexpr const wchar_t* kBrokenSections[] = {L"[",   L"[]",      L"[[x]]",  L"[x",
+                                              L"x]=", L"[=]=[=]", L"[a]b=c", L"\uFEFF[a]"};
 
 const wchar_t* PickNumber(Random& random) {
-  return random.OneIn(40) ? random.Pick(kSlowNumbers) : random.Pick(kOddNumbers);
+  return random.OneIn(100) ? random.Pick(kSlowNumbers) : random.Pick(kOddNumbers);
 }
 
 std::wstring Join(const Lines& lines) {
@@ -91,10 +87,11 @@ std::wstring& PickLine(Random& random, Lines* lines) {
   return random.Pick(*lines);
 }
 
-void InsertBrokenLines(Random& random, Lines* lines, std::size_t most) {
+template <class Texts>
+void InsertLines(Random& random, Lines* lines, const Texts& texts, std::size_t most) {
   for (std::size_t i = random.Below(most + 1); i > 0; --i) {
     lines->insert(lines->begin() + static_cast<std::ptrdiff_t>(random.Below(lines->size() + 1)),
-                  random.Pick(kBrokenLines));
+                  random.Pick(texts));
   }
 }
 
@@ -116,7 +113,7 @@ void ChangeCounts(Random& random, Lines* lines) {
                   line.substr(0, equals - 1) + random.Pick(kOddIndices) + line.substr(equals));
   }
   // A reader of large counts goes by the keys that are there, so let there be strange ones.
-  if (random.OneIn(2)) InsertBrokenLines(random, lines, 50);
+  if (random.OneIn(2)) InsertLines(random, lines, kBrokenKeys, lines->size());
 }
 
 void ChangeNumbers(Random& random, Lines* lines) {
@@ -157,7 +154,8 @@ void BreakMarks(Random& random, Lines* lines) {
     const std::size_t mark = line.find_first_of(random.OneIn(2) ? L"[=" : L"]=");
     if (mark != std::wstring::npos) line.erase(mark, 1);
   }
-  InsertBrokenLines(random, lines, 10);
+  InsertLines(random, lines, kBrokenKeys, 10);
+  InsertLines(random, lines, kBrokenSections, 10);
 }
 
 /// Makes a section's name, a key or a value long; with "Mode0=Eco" in the middle of it, for a
@@ -291,7 +289,7 @@ const std::vector<Damage>& Damage::All() {
   static const std::vector<Damage> all = [] {
     std::vector<Damage> damages(std::begin(kDamages), std::end(kDamages));
     damages.push_back({.name = "InSeveralWays",
-                       .inputs = 150,
+                       .inputs = 100,
                        .edit = EditInSeveralWays,
                        .save = SaveInSomeWay,
                        .spoil = SpoilInSeveralWays});

@@ -116,6 +116,13 @@ TEST_F(CIniStringReaderTest, ListsTheKeysOfASectionInTheFilesOrder) {
   EXPECT_THAT(reader.ReadKeyNames(L"Section"), IsEmpty());
 }
 
+TEST_F(CIniStringReaderTest, GoesOnBehindAKeyWithoutAName) {
+  sandbox.Write(
+      kFile, IniFile().Section(L"Section").Key(L"First", 1).Line(L"=nameless").Key(L"Second", 2));
+  CIniStringReader reader = MakeReader();
+  EXPECT_THAT(reader.ReadKeyNames(L"Section"), ElementsAre(L"First", L"Second"));
+}
+
 TEST_F(CIniStringReaderTest, ListsAllKeysHoweverSmallTheCapacity) {
   IniFile file;
   file.Section(L"Section");
