@@ -123,6 +123,16 @@ TEST_F(CIniStringReaderTest, GoesOnBehindAKeyWithoutAName) {
   EXPECT_THAT(reader.ReadKeyNames(L"Section"), ElementsAre(L"First", L"Second"));
 }
 
+TEST_F(CIniStringReaderTest, GoesOnBehindALeadingKeyWithoutAName) {
+  sandbox.Write(kFile, IniFile()
+                           .Section(L"Section")
+                           .Line(L"=nameless")
+                           .Key(L"First", 1)
+                           .Line(L"=nameless again")
+                           .Key(L"Second", L"a=b"));
+  EXPECT_THAT(MakeReader().ReadKeyNames(L"Section"), ElementsAre(L"First", L"Second"));
+}
+
 TEST_F(CIniStringReaderTest, ListsAllKeysHoweverSmallTheCapacity) {
   IniFile file;
   file.Section(L"Section");
