@@ -1,10 +1,9 @@
 # Whether the tests observed every failure point of the library.
 #
-# Every test that captures trace events takes part by two properties:
-#   FIXTURES_REQUIRED ${TRACE_COVERAGE_FIXTURE}
-#   ENVIRONMENT ${TRACE_COVERAGE_ENVIRONMENT}
-# CTest then clears the folder of observed events before the first such test and makes the report
-# after the last one, whichever tests were chosen.
+# A test that captures trace events takes part by having ${TRACE_COVERAGE_FIXTURE} among its
+# FIXTURES_REQUIRED and ${TRACE_COVERAGE_ENVIRONMENT} in its environment. CTest then clears the
+# folder of observed events before the first such test and makes the report after the last one,
+# whichever tests were chosen.
 find_package(Python3 3.11 REQUIRED COMPONENTS Interpreter)
 
 set(TRACE_COVERAGE_FIXTURE trace_coverage)

@@ -33,5 +33,5 @@ find "$demo" -type f | sort
 for user in "English en_US" "Japanese ja_JP"; do
   read -r language locale <<<"$user"
   log "The modes, in $language"
-  LC_ALL=$locale.UTF-8 scripts/run-under-wine.sh "$demo/showmodes.exe" "$@"
+  VELTO_LOCALE=$locale.UTF-8 scripts/run-under-wine.sh "$demo/showmodes.exe" "$@"
 done

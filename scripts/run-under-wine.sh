@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Runs a Windows program of this build: run-under-wine.sh PROGRAM [ARGUMENT...]
 #
-# VELTO_WINDOWS says which Windows it finds, "win10" (if unset) or "win7"; LC_ALL says which user.
+# VELTO_WINDOWS says which Windows it finds, "win10" (if unset) or "win7"; VELTO_LOCALE says what
+# user, as LC_ALL would: "ja_JP.UTF-8" ("en_US.UTF-8" if both are unset).
+#
 # Each Windows is a Wine prefix in the build folder, made when first needed. Its server, with a
 # screen of its own unless DISPLAY is set, goes on for some minutes after the last program, so that
 # the next one starts at once, and then ends by itself.
@@ -63,7 +65,7 @@ start_session() {
   "$wineserver" --wait  # for an earlier one that is about to end
   rm -f "$session" "$session.xvfb"
   # From a process in between, so that the session is nobody's child when it is left.
-  ((run_session) &)
+  ( (run_session) & )
   local deadline=$((SECONDS + start_up_seconds))
   until [[ -s $session ]] && server_runs; do
     ((SECONDS < deadline)) || fail "no Wine server after $start_up_seconds seconds"
@@ -72,7 +74,7 @@ start_session() {
 }
 
 # Programs run through this start in the background what the session needs later on.
-quietly() { (detach && DISPLAY=$(<"$session") exec "$wine" "$@"); }
+quietly() { (detach && DISPLAY=$(<"$session") LC_ALL=C exec "$wine" "$@"); }
 
 (($# > 0)) || fail "usage: run-under-wine.sh PROGRAM [ARGUMENT...]"
 windows=${VELTO_WINDOWS:-win10}
@@ -82,7 +84,7 @@ build_folder=$(find_build_folder "$1")
 session=$build_folder/wine/$windows.display
 export WINEPREFIX=$build_folder/wine/$windows
 export WINEDEBUG=-all
-export WINEDLLOVERRIDES='mscoree,mshtml='
+export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
 mkdir -p "$build_folder/wine"
 
 exec {lock}>"$build_folder/wine/$windows.lock"
@@ -97,4 +99,20 @@ exec {lock}>&-
 
 DISPLAY=$(<"$session")
 export DISPLAY
-exec "$wine" "$@"
+# By env: bash itself would look for the locale, and warn, as it need not be installed here.
+program=(env LC_ALL="${VELTO_LOCALE:-${LC_ALL:-en_US.UTF-8}}" "$wine" "$@")
+[[ -t 1 ]] && exec "${program[@]}"
+
+# Wine's desktop is started by the first program that needs it, takes over its output and stays. So
+# the program gets files for that: who waits for the end of our output must not wait for a desktop.
+output=$(mktemp -d)
+trap 'rm -rf "$output"' EXIT
+status=0
+if [[ /dev/stdout -ef /dev/stderr ]]; then
+  setpriv --pdeathsig KILL "${program[@]}" &>"$output/out" || status=$?
+else
+  setpriv --pdeathsig KILL "${program[@]}" >"$output/out" 2>"$output/err" || status=$?
+  cat "$output/err" >&2
+fi
+cat "$output/out"
+exit "$status"

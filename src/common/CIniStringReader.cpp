@@ -1,6 +1,7 @@
 #include "common/CIniStringReader.h"
 
 #include <algorithm>
+#include <cwchar>
 #include <limits>
 #include <utility>
 
@@ -13,24 +14,39 @@ CWideString CIniStringReader::Read(const wchar_t* section, const wchar_t* key) {
   return buffer.get();
 }
 
-std::vector<CWideString> CIniStringReader::ReadKeyNames(const wchar_t* section) {
-  // A list of names ends with two terminators; a list that fills its buffer up to them was cut.
+template <class Query>
+std::vector<CWideString> CIniStringReader::ReadList(Query query) const {
+  // A list ends with two terminators; one that fills its buffer up to them was cut.
   constexpr DWORD kTerminators = 2;
   constexpr DWORD kMostCharacters = std::numeric_limits<DWORD>::max();
-  std::unique_ptr<wchar_t[]> names;
+  std::unique_ptr<wchar_t[]> list;
   DWORD size = std::min(capacity, kMostCharacters - kTerminators) + kTerminators;
   DWORD length = 0;
   for (;; size = size > kMostCharacters / 2 ? kMostCharacters : 2 * size) {
-    names.reset(new wchar_t[size]);
-    length = ::GetPrivateProfileStringW(section, nullptr, L"", names.get(), size, path.c_str());
+    list.reset(new wchar_t[size]);
+    length = query(list.get(), size);
     if (length < size - kTerminators || size == kMostCharacters) break;
   }
 
-  std::vector<CWideString> result;
-  const wchar_t* const end = names.get() + length;
-  for (const wchar_t* name = names.get(); name < end && *name != L'\0';) {
-    result.emplace_back(name);
-    name += result.back().length() + 1;
+  std::vector<CWideString> entries;
+  const wchar_t* const end = list.get() + length;
+  for (const wchar_t* entry = list.get(); entry < end; entry += std::wcslen(entry) + 1) {
+    if (*entry != L'\0') entries.emplace_back(entry);
   }
-  return result;
+  return entries;
+}
+
+std::vector<CWideString> CIniStringReader::ReadKeyNames(const wchar_t* section) {
+  std::vector<CWideString> names = ReadList([this, section](wchar_t* list, DWORD size) {
+    return ::GetPrivateProfileStringW(section, nullptr, L"", list, size, path.c_str());
+  });
+  if (!names.empty()) return names;
+
+  // The list may end at a key without a name (a line that begins with "="); whole lines don't.
+  names = ReadList([this, section](wchar_t* list, DWORD size) {
+    return ::GetPrivateProfileSectionW(section, list, size, path.c_str());
+  });
+  for (CWideString& name : names) name = {name.c_str(), std::wcscspn(name.c_str(), L"=")};
+  std::erase_if(names, [](const CWideString& name) { return name.empty(); });
+  return names;
 }

@@ -21,6 +21,9 @@ class CIniStringReader {
   [[nodiscard]] std::vector<CWideString> ReadKeyNames(const wchar_t* section);
 
  private:
+  template <class Query>
+  [[nodiscard]] std::vector<CWideString> ReadList(Query query) const;
+
   CWideString path;
   DWORD capacity;
   std::unique_ptr<wchar_t[]> buffer;

@@ -72,10 +72,12 @@ CModeChangeConfig::CModeChangeConfig() {
 }
 
 bool CModeChangeConfig::GetModeStatusIconKeyName(UINT status, CWideString* iconKeyName) const {
-  if (iconKeyName == nullptr)
+  if (iconKeyName == nullptr) {
     return trace.Write(L"CModeChangeConfig::GetModeStatusIconKeyName", 83);
-  if (!DoesConfigFileExist())
+  }
+  if (!DoesConfigFileExist()) {
     return trace.Write(L"CModeChangeConfig::GetModeStatusIconKeyName", 85);
+  }
   const DWORD size = Common::GetMyFileSize(configPath.c_str());
   if (size == 0) {
     return trace.Write(L"CModeChangeConfig::GetModeStatusIconKeyName", 88, configPath.c_str());

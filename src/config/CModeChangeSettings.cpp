@@ -193,8 +193,10 @@ bool CModeChangeSettings::IsSetingItemValueLocked(const wchar_t* mode, const wch
   CIniStringReader reader(defaultSettingsPath, size);
   CNumberedKeys keys(reader, section.c_str(), L"LockedSettingItem", count);
   bool found = false;
-  while (!found && keys.Next()) found = keys.Value() == item;
-  *locked = found;
+  std::int32_t visited = 0;
+  for (; !found && keys.Next(); ++visited) found = keys.Value() == item;
+  // A key that was passed over is not there and names an item without a name.
+  *locked = found || (visited < count && *item == L'\0');
   return true;
 }
 

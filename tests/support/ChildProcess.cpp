@@ -51,8 +51,7 @@ ChildProcess::ChildProcess(const Options& options) : job(::CreateJobObjectW(null
 
   const ScopedVariables variables(options.variables);
   std::wstring commandLine = options.commandLine;
-  const wchar_t* folder =
-      options.workingFolder.empty() ? nullptr : options.workingFolder.c_str();
+  const wchar_t* folder = options.workingFolder.empty() ? nullptr : options.workingFolder.c_str();
   PROCESS_INFORMATION started{};
   // Suspended, so that it has no time to start others before it belongs to the job.
   if (::CreateProcessW(options.program.c_str(), commandLine.data(), nullptr, nullptr,

@@ -19,8 +19,9 @@ class ImportHook {
   ImportHook& operator=(const ImportHook&) = delete;
 
   /// Before the call. True lets the original function run; false makes `call->result` the result.
-  /// `arguments` are the registers' four and then the stack's sixteen, used or not. The last error
-  /// at the hook's end is what the caller, or the original function, finds.
+  /// `arguments` are the registers' four and then the stack's sixteen, used or not; the return
+  /// address is before them. The last error at the hook's end is what the caller, or the original
+  /// function, finds.
   virtual bool OnCall(std::size_t import, const std::uint64_t* arguments, ThunkCall* call) = 0;
 
   /// After the original function returned, not after an exception left it.

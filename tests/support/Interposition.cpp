@@ -28,6 +28,12 @@ bool IsCode(const void* address) {
   return (memory.Protect & kExecutable) != 0;
 }
 
+/// Where a function's code begins and ends; null for an address that has no such description.
+const RUNTIME_FUNCTION* FindFunction(std::uint64_t address) {
+  DWORD64 imageBase = 0;
+  return ::RtlLookupFunctionEntry(address, &imageBase, nullptr);
+}
+
 void WriteSlot(void** slot, void* value) {
   DWORD protection = 0;
   ::VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
@@ -66,6 +72,10 @@ Interposition::Interposition(HMODULE module) {
     import.slot = slot;
     import.original = *slot;
     imports.push_back(std::move(import));
+  }
+  for (const PeImage::Export& found : PeImage(module).Exports()) {
+    if (found.function != "__cxa_allocate_exception") continue;
+    exceptionAllocation = FindFunction(reinterpret_cast<std::uint64_t>(module) + found.address);
   }
   // Only when the list is complete: from here on the thunks call back into it.
   for (std::size_t i = 0; i < imports.size(); ++i) {
@@ -144,12 +154,17 @@ void Interposition::Observe(std::string_view function, Observer observer) {
   import.observers.push_back(std::move(observer));
 }
 
-void Interposition::Reset() {
-  ClearCalls();
+void Interposition::StopFailing() {
   const ExclusiveLock guard(lock);
   anyFailure.reset();
+  for (Import& import : imports) import.failure.reset();
+}
+
+void Interposition::Reset() {
+  ClearCalls();
+  StopFailing();
+  const ExclusiveLock guard(lock);
   for (Import& import : imports) {
-    import.failure.reset();
     import.replacement.reset();
     import.observers.clear();
   }
@@ -158,7 +173,7 @@ void Interposition::Reset() {
 bool Interposition::OnCall(std::size_t index, const std::uint64_t* arguments, ThunkCall* call) {
   const DWORD lastErrorBefore = ::GetLastError();
   Import& import = imports[index];
-  const std::optional<Failure> failure = CountCall(import);
+  const std::optional<Failure> failure = CountCall(import, arguments[-1]);
   Record(import, arguments, call);
 
   const auto replacement = import.replacement;
@@ -186,9 +201,13 @@ void Interposition::OnReturn(std::size_t index, const std::uint64_t* arguments, 
   ::SetLastError(lastError);
 }
 
-std::optional<Failure> Interposition::CountCall(Import& import) {
+std::optional<Failure> Interposition::CountCall(Import& import, std::uint64_t returnAddress) {
   const ExclusiveLock guard(lock);
   ++import.count;
+  if (exceptionAllocation != nullptr && !import.IsRecorded() &&
+      FindFunction(returnAddress) == exceptionAllocation) {
+    return std::nullopt;
+  }
   if (import.IsRecorded()) lastFunction = import.function.c_str();
   if (!import.CanFail()) {
     return import.failure.has_value() && import.failure->IsNext()
@@ -207,8 +226,7 @@ std::optional<Failure> Interposition::CountCall(Import& import) {
   return failure;
 }
 
-void Interposition::Record(const Import& import, const std::uint64_t* arguments,
-                           ThunkCall* call) {
+void Interposition::Record(const Import& import, const std::uint64_t* arguments, ThunkCall* call) {
   if (!isRecording || !import.IsRecorded()) return;
   Call record = Describe(import, arguments);
   const ExclusiveLock guard(lock);
@@ -263,9 +281,9 @@ void* Interposition::FindOriginal(std::string_view function) const {
 }
 
 const Interposition::Import* Interposition::Find(std::string_view function) const noexcept {
-  const auto found =
-      std::find_if(imports.begin(), imports.end(),
-                   [function](const Import& import) { return import.function == function; });
+  const auto found = std::find_if(imports.begin(), imports.end(), [function](const Import& import) {
+    return import.function == function;
+  });
   return found != imports.end() ? &*found : nullptr;
 }
 

@@ -53,9 +53,13 @@ struct Failure {
 ///     EXPECT_STREQ(L"C:\\file.ini", interposition.CallsOf("CreateFileW").front().Text(0));
 ///
 /// Functions that are found by GetProcAddress are not imported, and calls of the C runtime and its
-/// kind are counted but not recorded. The module may call from any thread; failures and
-/// replacements are set up while it does not. Names that it does not import throw
-/// std::invalid_argument where a test would otherwise wait for something that can't happen.
+/// kind are counted but not recorded. Memory for an exception is never refused, where the module
+/// exports the function that takes it: without memory it comes from a reserve of the module's own
+/// runtime, and a test that catches it could not give it back there.
+///
+/// The module may call from any thread; failures and replacements are set up while it does not.
+/// Names that it does not import throw std::invalid_argument where a test would otherwise wait for
+/// something that can't happen.
 class Interposition final : private ImportHook {
  public:
   explicit Interposition(HMODULE module);
@@ -100,7 +104,9 @@ class Interposition final : private ImportHook {
   /// Is told of each call right after it returned, before the module goes on; recorded or not.
   void Observe(std::string_view function, Observer observer);
 
-  /// Nothing fails, is replaced or observed any more, and nothing is recorded yet.
+  /// Lets all calls work again.
+  void StopFailing();
+  /// As new: nothing fails, is replaced (by the fixture either) or observed, nothing is counted.
   void Reset();
 
  private:
@@ -176,7 +182,7 @@ class Interposition final : private ImportHook {
   void OnReturn(std::size_t import, const std::uint64_t* arguments, ThunkCall* call) override;
 
   /// What to fail with when this call is one of those to fail.
-  [[nodiscard]] std::optional<Failure> CountCall(Import& import);
+  [[nodiscard]] std::optional<Failure> CountCall(Import& import, std::uint64_t returnAddress);
   void Record(const Import& import, const std::uint64_t* arguments, ThunkCall* call);
   void Finish(const Import& import, const std::uint64_t* arguments, const ThunkCall& call,
               bool isOriginal, DWORD lastError);
@@ -189,6 +195,7 @@ class Interposition final : private ImportHook {
 
   mutable SRWLOCK lock = SRWLOCK_INIT;
   std::vector<Import> imports;
+  const RUNTIME_FUNCTION* exceptionAllocation = nullptr;
   std::vector<Call> calls;
   std::uint32_t callsGeneration = 1;  // of `calls`: tickets of calls that were cleared are void
   std::optional<ActiveFailure> anyFailure;

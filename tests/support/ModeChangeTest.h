@@ -44,8 +44,8 @@
 /// is left. Members of a derived fixture are destroyed before that is looked at, statics are not.
 ///
 /// Tests whose suite is named "...EachWindows" also run as on Windows 7, those of "...EachLocale"
-/// also for users in Japan, in Austria and with Esperanto, whose locale name has no hyphen; they ask
-/// Sandbox::IsWindows8OrLater and Sandbox::UserLocale where the answer depends on that.
+/// also for users in Japan, in Austria and with Esperanto, whose locale name has no hyphen; they
+/// ask Sandbox::IsWindows8OrLater and Sandbox::UserLocale where the answer depends on that.
 class ModeChangeTest : public ::testing::Test {
  protected:
   ModeChangeTest();

@@ -65,12 +65,12 @@ std::vector<PeImage::Import> PeImage::Imports() const {
     for (const auto* name = TableAt<IMAGE_THUNK_DATA64>(module->OriginalFirstThunk);
          name->u1.AddressOfData != 0; ++name, slot += sizeof(std::uint64_t)) {
       const bool isNumber = IMAGE_SNAP_BY_ORDINAL64(name->u1.Ordinal);
-      imports.push_back(
-          {.module = At(module->Name),
-           .function = isNumber ? NameOf(IMAGE_ORDINAL64(name->u1.Ordinal))
-                                : At(static_cast<std::uint32_t>(name->u1.AddressOfData)) +
-                                      offsetof(IMAGE_IMPORT_BY_NAME, Name),
-           .slot = slot});
+      imports.push_back({.module = At(module->Name),
+                         .function = isNumber
+                                         ? NameOf(IMAGE_ORDINAL64(name->u1.Ordinal))
+                                         : At(static_cast<std::uint32_t>(name->u1.AddressOfData)) +
+                                               offsetof(IMAGE_IMPORT_BY_NAME, Name),
+                         .slot = slot});
     }
   }
   return imports;

@@ -15,11 +15,11 @@ class PeImage {
  public:
   struct Import {
     std::string module;
-    std::string function;     // "#12" for an import by number
-    std::uint32_t slot = 0;   // the address table's entry, relative to the module's start
+    std::string function;    // "#12" for an import by number
+    std::uint32_t slot = 0;  // the address table's entry, relative to the module's start
   };
   struct Export {
-    std::string function;     // "#12" where it has no name
+    std::string function;       // "#12" where it has no name
     std::uint32_t address = 0;  // relative to the module's start
   };
 

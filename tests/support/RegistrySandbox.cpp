@@ -5,7 +5,9 @@
 
 namespace {
 
-constexpr const wchar_t* kParent = L"Software\\ModeChangeTests";
+// Each process has a key right here: below one that they shared, a process that removes the shared
+// key would now and then take it from another that is just making its own.
+constexpr const wchar_t* kKey = L"Software\\ModeChangeTests-";
 
 struct Redirection {
   HKEY root;
@@ -23,16 +25,14 @@ void Check(LSTATUS status, const char* action) {
 
 }  // namespace
 
-RegistrySandbox::RegistrySandbox()
-    : path(std::wstring(kParent) + L"\\" + std::to_wstring(::GetCurrentProcessId())) {
+RegistrySandbox::RegistrySandbox() : path(kKey + std::to_wstring(::GetCurrentProcessId())) {
   // What a crashed process of the same number left.
   ::RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
 
   HKEY keys[std::size(kRedirections)] = {};
   for (std::size_t i = 0; i < std::size(keys); ++i) {
-    // Volatile: even a crashed test leaves nothing for long.
     Check(::RegCreateKeyExW(HKEY_CURRENT_USER, (path + L"\\" + kRedirections[i].name).c_str(), 0,
-                            nullptr, REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &keys[i],
+                            nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &keys[i],
                             nullptr),
           "making a registry key");
   }
@@ -47,6 +47,4 @@ RegistrySandbox::~RegistrySandbox() {
     ::RegOverridePredefKey(redirection.root, nullptr);
   }
   ::RegDeleteTreeW(HKEY_CURRENT_USER, path.c_str());
-  // Fails, as it should, while another process has its keys there.
-  ::RegDeleteKeyW(HKEY_CURRENT_USER, kParent);
 }

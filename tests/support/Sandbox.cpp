@@ -131,8 +131,8 @@ bool Sandbox::IsWindows8OrLater() {
   version.dwOSVersionInfoSize = sizeof(version);
   // Unlike the documented functions it does not depend on the program's manifest.
   using RtlGetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
-  const auto getVersion = reinterpret_cast<RtlGetVersion>(reinterpret_cast<void*>(
-      ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
+  const auto getVersion = reinterpret_cast<RtlGetVersion>(
+      reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
   getVersion(&version);
   return version.dwMajorVersion > 6 || (version.dwMajorVersion == 6 && version.dwMinorVersion >= 2);
 }

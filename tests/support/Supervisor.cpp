@@ -39,8 +39,8 @@ class ProgramCopy {
     fs::create_directories(parent);
     // Other systems (each Wine prefix is one) use the same process numbers at the same time.
     for (int number = 0; folder.empty(); ++number) {
-      const fs::path candidate = parent / (std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                                           std::to_wstring(number));
+      const fs::path candidate =
+          parent / (std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(number));
       if (fs::create_directory(candidate)) folder = candidate;
     }
     Add(program);

@@ -14,6 +14,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr DWORD kSpoiledError = ERROR_CAN_NOT_COMPLETE;
+
 /// Opens a file that no other process writes; process identifiers are used again, so they are not
 /// enough for its name.
 std::ofstream OpenObservedTraces() {
@@ -91,6 +93,7 @@ Traces TraceCapture::Take() {
 
 ULONG TraceCapture::Register(const GUID* provider, const void* callback, const void* context,
                              REGHANDLE* registration) {
+  ::SetLastError(kSpoiledError);
   if (registrationAnswer != ERROR_SUCCESS) return registrationAnswer;
   registrations.push_back({.provider = *provider,
                            .hasCallback = callback != nullptr,
@@ -102,6 +105,7 @@ ULONG TraceCapture::Register(const GUID* provider, const void* callback, const v
 }
 
 ULONG TraceCapture::Unregister(REGHANDLE registration) {
+  ::SetLastError(kSpoiledError);
   if (open.erase(registration) == 1) return ERROR_SUCCESS;
   ++misuses;
   return ERROR_INVALID_HANDLE;
@@ -109,6 +113,7 @@ ULONG TraceCapture::Unregister(REGHANDLE registration) {
 
 ULONG TraceCapture::Write(REGHANDLE registration, const EVENT_DESCRIPTOR* descriptor,
                           ULONG itemCount, const EVENT_DATA_DESCRIPTOR* items) {
+  ::SetLastError(kSpoiledError);
   const auto provider = open.find(registration);
   if (provider == open.end()) {
     ++misuses;
@@ -120,6 +125,6 @@ ULONG TraceCapture::Write(REGHANDLE registration, const EVENT_DESCRIPTOR* descri
         {.bytes = {reinterpret_cast<const char*>(item.Ptr), item.Size}, .reserved = item.Reserved});
   });
   events.push_back(event);
-  KeepForCoverage(event.Decoded());
+  if (isCoverage) KeepForCoverage(event.Decoded());
   return writeAnswer;
 }

@@ -65,7 +65,8 @@ void Watchdog::Watch() {
 void Watchdog::Report(std::uint32_t seconds) const {
   const StackTrace stack = StackTrace::Of(watchedThread);
   std::ostringstream report;
-  report << "\n" << testName << " still runs after " << seconds << " seconds and is ended.\n"
+  report << "\n"
+         << testName << " still runs after " << seconds << " seconds and is ended.\n"
          << "The library's last call of Windows: " << interposition.LastFunction() << "\n"
          << "The test's thread is at\n"
          << stack.Describe();

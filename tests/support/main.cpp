@@ -9,8 +9,7 @@ namespace {
 
 /// Lists and help need no sandbox.
 bool IsQuestion(const wchar_t* argument) {
-  return std::wcscmp(argument, L"--gtest_list_tests") == 0 ||
-         std::wcscmp(argument, L"--help") == 0;
+  return std::wcscmp(argument, L"--gtest_list_tests") == 0 || std::wcscmp(argument, L"--help") == 0;
 }
 
 }  // namespace
