@@ -1,5 +1,8 @@
 #include "common/dialog/CDialogBase.h"
 
+// windows.h comes with the header above, before commctrl.h, which needs it.
+#include <commctrl.h>
+
 #include <exception>
 #include <new>
 
@@ -15,11 +18,11 @@ class CDialogBase::Binding : public std::enable_shared_from_this<Binding> {
   [[nodiscard]] CDialogBase* Dialog() const noexcept { return dialog; }
   [[nodiscard]] bool WasAttached() const noexcept { return wasAttached; }
 
-  void Attach(HWND window) noexcept {
+  void Attach(HWND dialogWindow) noexcept {
     keptByWindow = shared_from_this();
     wasAttached = true;
     dialog->binding = this;
-    dialog->window = window;
+    dialog->window = dialogWindow;
   }
   void DetachObject() noexcept {
     if (dialog == nullptr) return;
@@ -51,9 +54,17 @@ std::shared_ptr<CDialogBase::Binding> CDialogBase::CreateBinding() noexcept {
   }
 }
 
+void CDialogBase::RegisterCommonControls() const noexcept {
+  if (commonControlClasses == 0) return;
+  const INITCOMMONCONTROLSEX classes{sizeof(classes), commonControlClasses};
+  // Where a class is missing the dialog can't be made, and that is what gets reported.
+  ::InitCommonControlsEx(&classes);
+}
+
 bool CDialogBase::RunModal(WORD templateId, HWND owner) {
   const std::shared_ptr<Binding> created = CreateBinding();
   if (created == nullptr) return false;
+  RegisterCommonControls();
   ::DialogBoxParamW(Common::GetMyModuleHandle(), MAKEINTRESOURCEW(templateId), owner, DialogProc,
                     reinterpret_cast<LPARAM>(created.get()));
   return created->WasAttached();
@@ -62,6 +73,7 @@ bool CDialogBase::RunModal(WORD templateId, HWND owner) {
 bool CDialogBase::Create(WORD templateId, HWND parent) {
   const std::shared_ptr<Binding> created = CreateBinding();
   if (created == nullptr) return false;
+  RegisterCommonControls();
   return ::CreateDialogParamW(Common::GetMyModuleHandle(), MAKEINTRESOURCEW(templateId), parent,
                               DialogProc, reinterpret_cast<LPARAM>(created.get())) != nullptr;
 }

@@ -28,7 +28,10 @@ class CDialogBase {
   [[nodiscard]] HWND Window() const noexcept { return window; }
 
  protected:
-  CDialogBase() noexcept = default;
+  /// `commonControlClasses`: the ICC_... bits of the common controls that the template has. They
+  /// are registered right before each dialog is made.
+  explicit CDialogBase(DWORD commonControlClasses = 0) noexcept
+      : commonControlClasses(commonControlClasses) {}
   ~CDialogBase();
 
   /// Handles a message, from WM_INITDIALOG on, and returns what a dialog procedure returns.
@@ -44,9 +47,11 @@ class CDialogBase {
   class Binding;
 
   [[nodiscard]] std::shared_ptr<Binding> CreateBinding() noexcept;
+  void RegisterCommonControls() const noexcept;
   static INT_PTR CALLBACK DialogProc(HWND window, UINT message, WPARAM wParam,
                                      LPARAM lParam) noexcept;
 
+  DWORD commonControlClasses;
   Binding* binding = nullptr;
   HWND window = nullptr;
 };

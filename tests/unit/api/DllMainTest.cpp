@@ -1,7 +1,7 @@
 #include <string>
 #include <vector>
 
-#include "settings/ScreenDpi.h"
+#include "settings/design/ScreenDpi.h"
 #include "support/ModeChangeTest.h"
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void* reserved);
