@@ -74,6 +74,8 @@ constexpr ImportedFunction kFunctions[] = {
     Fails("StrToIntExW", "wup", kFalse),
 
     // System and locale
+    Works("MulDiv", "uuu"),
+    Fails("ReadProcessMemory", "pppup", kFalse, ERROR_PARTIAL_COPY),
     Fails("GetUserDefaultLocaleName", "pu", kZero, ERROR_INSUFFICIENT_BUFFER),
     Works("VerSetConditionMask", "uuu"),
     Fails("VerifyVersionInfoW", "puu", kFalse, ERROR_OLD_WIN_VERSION),
