@@ -10,6 +10,7 @@
 #include "common/CUniqueHandle.h"
 #include "common/CWideString.h"
 #include "common/dialog/CDialogBase.h"
+#include "config/CModeChangeConfig.h"
 #include "settings/CModeSettingItemListGroupTitle.h"
 #include "settings/CModeSettingItemListLine.h"
 #include "settings/LockSettingItemRequest.h"
@@ -63,15 +64,41 @@ class CModeSettingItemList : public CDialogBase {
   INT_PTR OnInitDialog();
   INT_PTR OnClose();
   INT_PTR OnControlColor(HDC dc);
-  INT_PTR OnVScroll(WORD code, WORD thumbPosition);
-  INT_PTR OnMouseWheel(std::int16_t delta);
-  INT_PTR OnCopyData(HWND sender, const COPYDATASTRUCT& data);
+  INT_PTR OnVScroll(WORD code, WORD thumbPosition) noexcept;
+  INT_PTR OnMouseWheel(std::int16_t delta) noexcept;
+  INT_PTR OnCopyData(HWND sender, const COPYDATASTRUCT* data);
   INT_PTR OnLockSettingItem();
 
+  void PostToParent(UINT message, WPARAM wParam, LPARAM lParam) const noexcept;
+  void ReportError() const noexcept;
+
+  // Rows: all are made, or none is.
   bool LoadSettingItemInformation();
+  bool LoadSettingGroup(const CModeChangeConfig& config, SettingGroupInformation* group) const;
   bool CreateSettingItemList();
-  void InitializeScrollBar() noexcept;
+  bool CreateRowGroup(const SettingGroupInformation& group, RowGroup* rows, LONG* y) const;
+  /// Puts a row below those that end at `y`.
+  bool PlaceRow(HWND row, LONG* y) const;
   void ReleaseRows() noexcept;
+  [[nodiscard]] bool IsLine(HWND window) const noexcept;
+  /// The first line of the item, whatever the case of its name; null when there is none.
+  [[nodiscard]] CModeSettingItemListLine* FindLine(const CWideString& itemName) const noexcept;
+  /// Visits the lines from top to bottom until `visit` returns false; so does this then.
+  template <class Visit>
+  bool VisitLines(Visit visit);
+
+  // Scrolling
+  void InitializeScrollBar() noexcept;
+  void ScrollBy(std::int32_t move) noexcept;
+
+  // Following the keyboard: a row that it moves the focus to scrolls into view.
+  bool WatchFocus() noexcept;
+  void StopWatchingFocus() noexcept;
+  static LRESULT CALLBACK OnFocusMoves(int code, WPARAM wParam, LPARAM lParam) noexcept;
+  void ScrollIntoView(HWND row) noexcept;
+
+  bool UpdateLocks();
+  bool GetDisplayName(const ItemLine& item, CWideString* name) const;
 
   CUIDesigner designer;
   std::int32_t viewHeight = 0;
@@ -84,5 +111,6 @@ class CModeSettingItemList : public CDialogBase {
   std::vector<SettingGroupInformation> settingGroups;
   std::vector<RowGroup> rowGroups;  // of the setting groups, in order
   std::queue<LockSettingItemRequest> lockRequests;
+  CUniqueWindowsHook focusHook;
   TraceLog trace;
 };

@@ -21,7 +21,6 @@ class CModeSettingItemListGroupTitle : public CDialogBase {
   INT_PTR OnDialogColor(HDC dc);
   INT_PTR OnStaticColor(HDC dc, HWND control);
 
-  bool SetControlText();
   void StretchBackground() const noexcept;
   void ReportError() const noexcept;
 
