@@ -312,15 +312,17 @@ bool CModeSettingItemListLine::InitializeSettingItemListLineControl() {
   }
 }
 
-void CModeSettingItemListLine::NameForScreenReaders(const CWideString& displayName) const noexcept {
-  // Neither control shows a text of its own, nor has it a label before it.
-  const auto name = reinterpret_cast<LPARAM>(displayName.c_str());
-  Ask(IDC_VALUE_SLIDER, WM_SETTEXT, 0, name);
+void CModeSettingItemListLine::NameForScreenReaders(CWideString name) const {
+  // Neither control shows a text of its own, nor has it a label before it. The check box's mnemonic
+  // is to stay the check box's.
+  name.ReplaceAll(L"&", L"");
+  const auto text = reinterpret_cast<LPARAM>(name.c_str());
+  Ask(IDC_VALUE_SLIDER, WM_SETTEXT, 0, text);
   // A combo box takes a text for that of its selection, so this goes past it. The one with the
   // focus is the plain combo box inside.
-  ::DefWindowProcW(Control(IDC_VALUE_COMBO), WM_SETTEXT, 0, name);
+  ::DefWindowProcW(Control(IDC_VALUE_COMBO), WM_SETTEXT, 0, text);
   ::DefWindowProcW(reinterpret_cast<HWND>(Ask(IDC_VALUE_COMBO, CBEM_GETCOMBOCONTROL)), WM_SETTEXT,
-                   0, name);
+                   0, text);
 }
 
 void CModeSettingItemListLine::ArrangeControls() const noexcept {

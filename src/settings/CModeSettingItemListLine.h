@@ -69,7 +69,7 @@ class CModeSettingItemListLine : public CDialogBase {
 
   // What does not change while the line lives: places, names and the values to choose from.
   bool InitializeSettingItemListLineControl();
-  void NameForScreenReaders(const CWideString& displayName) const noexcept;
+  void NameForScreenReaders(CWideString name) const;
   void ArrangeControls() const noexcept;
   void InitializeRadioPair() const noexcept;
   void InitializeComboBox() const noexcept;

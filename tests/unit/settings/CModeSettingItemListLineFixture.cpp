@@ -144,7 +144,7 @@ void CModeSettingItemListLineTest::WriteConfig() {
 void CModeSettingItemListLineTest::WriteTexts() {
   IniFile texts;
   texts.Section(L"Common").Key(L"SettingItemStatus_DoNothing", L"As it is");
-  texts.Section(L"SettingItem").Key(L"Item", L"The lamp");
+  texts.Section(L"SettingItem").Key(L"Item", L"The lamp").Key(L"WithMnemonic", L"&The lamp");
   for (int value = 0; value < 150; ++value) {
     const std::wstring number = std::to_wstring(value);
     texts.Key(L"Value" + number, L"Name " + number);

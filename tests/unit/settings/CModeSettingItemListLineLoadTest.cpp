@@ -294,6 +294,14 @@ TEST_F(CModeSettingItemListLineLoadTest, NamesSliderAndComboBoxForScreenReaders)
   EXPECT_THAT(ComboItems(), ElementsAre(L"Name 0", L"Name 1", L"Name 2"));
 }
 
+TEST_F(CModeSettingItemListLineLoadTest, AMnemonicStaysWithTheCheckBox) {
+  engine.itemKey = L"WithMnemonic";
+  OfferValues(4);
+  MakeAndSelect();
+  EXPECT_EQ(Text(IDC_SETTING_ITEM), L"&The lamp");
+  EXPECT_EQ(Text(IDC_VALUE_SLIDER), L"The lamp");
+}
+
 TEST_F(CModeSettingItemListLineLoadTest, NamesBothValuesOfARadioPair) {
   OfferValues({3, 7}, 9);
   MakeAndSelect();
