@@ -24,7 +24,7 @@ class CModeChangeResource;
 ///
 /// Every operation returns true on success, and on failure traces and returns false. An operation
 /// may throw std::bad_alloc.
-class CModeSettingItemListLine : public CDialogBase {
+class CModeSettingItemListLine final : public CDialogBase {
  public:
   CModeSettingItemListLine();
 
