@@ -188,7 +188,7 @@ bool CModeChange::GetModeType(UINT modeIndex, std::int32_t* type) const {
   return true;
 }
 
-bool CModeChange::GetStatusCout(std::int32_t* count) const noexcept {
+bool CModeChange::GetStatusCout(std::int32_t* count) noexcept {
   *count = kStatusCount;
   return true;
 }

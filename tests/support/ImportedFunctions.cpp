@@ -159,6 +159,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("GetWindowThreadProcessId", "pp"),
     Works("InflateRect", "puu"),
     Works("InvalidateRect", "ppu"),
+    Works("IsChild", "pp"),
     Works("IsDialogMessageW", "pp"),
     Works("IsWindow", "p"),
     Works("IsWindowEnabled", "p"),
