@@ -9,6 +9,7 @@
 #include "common/CWideString.h"
 #include "common/dialog/CDialogBase.h"
 #include "settings/SettingItemListLineInitParam.h"
+#include "settings/SettingItemListLineKind.h"
 #include "settings/UsableSettingItemValue.h"
 #include "settings/design/CUIDesigner.h"
 #include "trace/TraceLog.h"
@@ -48,6 +49,68 @@ class CModeSettingItemListLine : public CDialogBase {
  private:
   INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
   void OnHandlerFailed(UINT message) noexcept override;
+
+  INT_PTR OnInitDialog();
+  INT_PTR OnClose();
+  INT_PTR OnCommand(WORD control, WORD notification);
+  INT_PTR OnHScroll(HWND slider) const noexcept;
+  INT_PTR OnControlColor(HDC dc);
+  void OnCheckSettingItem();
+  void OnRadioSettingItemValue();
+  void OnComboSettingItemValue();
+
+  void SetControlFonts() const noexcept;
+  /// Asks the engine which values there are, and what they are called.
+  bool LoadUsableSettingItemValueInformationList();
+  bool LoadUsableSettingItemValue(std::uint32_t value);
+  bool LoadLockRule();
+
+  // What does not change while the line lives: places, names and the values to choose from.
+  bool InitializeSettingItemListLineControl();
+  void ArrangeControls() const noexcept;
+  void InitializeRadioPair() const noexcept;
+  void InitializeComboBox() const noexcept;
+  bool InitializeSlider();
+
+  /// The check box rule: what the user may choose from follows the check box.
+  bool AdjustSettingItemListLineControlForCheckBoxSettingItemStatus();
+  /// Shows the controls of the item's kind, or name and memo of a locked item.
+  bool AdjustSettingItemListLineControlForLockedStatus();
+  /// Shows a value, which has to be a usable one or kDoNothing.
+  bool AdjustSettingItemListLineControlForSettingItemValue(std::uint32_t value, bool isLocked);
+  bool SetLockedValueMemo(const CWideString& valueName);
+  void SetRadioPair(std::uint32_t value) const noexcept;
+  bool SetComboBox(std::uint32_t value);
+  void SetSlider(std::uint32_t value) const noexcept;
+
+  /// Locks other items while this one has its locking value, and releases them afterwards.
+  bool AdjustOtherSettingItemStatusForCurrentSettingItemValue();
+  [[nodiscard]] bool IsSettingItemValueToLockOtherSettingItem() const noexcept;
+  /// False when there is no list to send it to.
+  bool SendLockSettingItemRequest(bool lock);
+
+  bool GetChosenRadioValue(std::uint32_t* value) const;
+  bool GetChosenComboValue(std::uint32_t* value) const;
+  bool GetChosenSliderValue(std::uint32_t* value) const;
+  bool ReadComboItemText(LRESULT item, const TracePoint& noLength, const TracePoint& noText,
+                         CWideString* text) const;
+
+  [[nodiscard]] SettingItemListLineKind Kind() const noexcept {
+    return KindForUsableValues(usableValues.size());
+  }
+  [[nodiscard]] std::uint32_t UsableValueCount() const noexcept {
+    return static_cast<std::uint32_t>(usableValues.size());
+  }
+  /// Null for a value that is not usable.
+  [[nodiscard]] const UsableSettingItemValue* FindUsableValue(std::uint32_t value) const noexcept;
+
+  [[nodiscard]] HWND Control(int control) const noexcept;
+  LRESULT Ask(int control, UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const noexcept;
+  [[nodiscard]] bool IsChecked(int button) const noexcept;
+  void SetCheck(int button, bool checked) const noexcept;
+  void Show(int control, bool shown) const noexcept;
+  void Enable(int control, bool enabled) const noexcept;
+  void PostToList(UINT message, WPARAM wParam = 0) const noexcept;
 
   CUIDesigner designer;
   int lineNumber = 0;
