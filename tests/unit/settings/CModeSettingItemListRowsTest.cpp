@@ -21,9 +21,8 @@ class CModeSettingItemListRowsTest : public SettingItemListTest {
     std::vector<std::string> rows;
     for (HWND row : Rows()) {
       const HWND title = ::GetDlgItem(row, IDC_GROUP_TITLE);
-      rows.push_back(title != nullptr
-                         ? "[" + Text::ToUtf8(TextOf(title)) + "]"
-                         : Text::ToUtf8(TextOf(::GetDlgItem(row, IDC_SETTING_ITEM))));
+      rows.push_back(title != nullptr ? "[" + Text::ToUtf8(TextOf(title)) + "]"
+                                      : Text::ToUtf8(TextOf(::GetDlgItem(row, IDC_SETTING_ITEM))));
     }
     return rows;
   }
@@ -154,8 +153,8 @@ TEST_F(CModeSettingItemListRowsTest, AnItemListedTwiceHasTwoLines) {
   AddGroup(L"Screen", {L"Lamp", L"Lamp"});
   AddGroup(L"Power", {L"Lamp"});
   OpenMachine();
-  EXPECT_THAT(Described(), ElementsAre("[the Screen]", "the Lamp", "the Lamp", "[the Power]",
-                                       "the Lamp"));
+  EXPECT_THAT(Described(),
+              ElementsAre("[the Screen]", "the Lamp", "the Lamp", "[the Power]", "the Lamp"));
   EXPECT_EQ(Engine(L"Lamp").openHandles, 3) << "Each line has an engine of its own.";
 }
 
@@ -268,9 +267,9 @@ TEST_F(CModeSettingItemListRowsTest, FailsWhereAnEnginePathCannotBeRead) {
 }
 
 TEST_F(CModeSettingItemListRowsTest, FailsWhereAnEngineCannotSayWhetherItIsUsable) {
-  for (const char* call : {"CreateHandle", "GetDeviceCount", "SelectDevice(0)",
-                           "GetINT32Information(0, 0)", "GetINT32Information(1, 0)",
-                           "GetINT32Information(2, 0)", "GetINT32Information(2, 1)"}) {
+  for (const char* call :
+       {"CreateHandle", "GetDeviceCount", "SelectDevice(0)", "GetINT32Information(0, 0)",
+        "GetINT32Information(1, 0)", "GetINT32Information(2, 0)", "GetINT32Information(2, 1)"}) {
     SCOPED_TRACE(call);
     groups = {{L"Screen", {L"Lamp", L"Fan"}}};
     MakeMachine();
@@ -308,8 +307,8 @@ TEST_F(CModeSettingItemListRowsTest, FailsWhereARowCannotBeMade) {
     interposition.Fail("CreateDialogParamW",
                        {.nth = failing.nth, .lastError = ERROR_NOT_ENOUGH_MEMORY});
     OpenBroken();
-    EXPECT_EQ(traces.Take(), (Traces{In(L"CreateSettingItemList", failing.line, L"8"),
-                                     In(L"OnInitDialog", 98)}));
+    EXPECT_EQ(traces.Take(),
+              (Traces{In(L"CreateSettingItemList", failing.line, L"8"), In(L"OnInitDialog", 98)}));
     Close();
     EXPECT_EQ(OpenEngines(), 0);
   }
@@ -354,14 +353,14 @@ TEST_F(CModeSettingItemListPlacingTest, FailsWhereARowCannotBePlaced) {
   AddGroup(L"Screen", {L"Lamp", L"Fan"});
   MakeMachine();
   int placed = 0;
-  interposition.Replace("MoveWindow", [&](HWND window, int x, int y, int width, int height,
-                                          BOOL repaint) -> BOOL {
-    if (IsRow(window) && ++placed == 3) {
-      ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
-      return FALSE;
-    }
-    return original(window, x, y, width, height, repaint);
-  });
+  interposition.Replace(
+      "MoveWindow", [&](HWND window, int x, int y, int width, int height, BOOL repaint) -> BOOL {
+        if (IsRow(window) && ++placed == 3) {
+          ::SetLastError(ERROR_INVALID_WINDOW_HANDLE);
+          return FALSE;
+        }
+        return original(window, x, y, width, height, repaint);
+      });
   OpenBroken();
   EXPECT_EQ(traces.Take(),
             (Traces{In(L"CreateSettingItemList", 258, L"1400"), In(L"OnInitDialog", 98)}));

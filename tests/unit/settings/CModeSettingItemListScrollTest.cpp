@@ -69,9 +69,8 @@ class CModeSettingItemListScrollTest : public SettingItemListTest {
       return good;
     });
     Open();
-    interposition.Replace("GetWindowRect", [original](HWND window, RECT* rect) {
-      return original(window, rect);
-    });
+    interposition.Replace("GetWindowRect",
+                          [original](HWND window, RECT* rect) { return original(window, rect); });
     unit = Place(Lines().front()).bottom - Place(Lines().front()).top;
     end = units * unit + pixels;
     opened = Scrolls();
@@ -316,9 +315,9 @@ TEST_F(CModeSettingItemListWheelTest, AFocusOnARowIsEnough) {
 }
 
 TEST_F(CModeSettingItemListWheelTest, AFocusDeeperInARowIsElsewhere) {
-  const HWND inner = ::CreateWindowExW(0, L"Button", L"", WS_CHILD | WS_VISIBLE, 0, 0, 5, 5,
-                                       ::GetDlgItem(Lines()[0], IDC_LINE_BACKGROUND), nullptr,
-                                       nullptr, nullptr);
+  const HWND inner =
+      ::CreateWindowExW(0, L"Button", L"", WS_CHILD | WS_VISIBLE, 0, 0, 5, 5,
+                        ::GetDlgItem(Lines()[0], IDC_LINE_BACKGROUND), nullptr, nullptr, nullptr);
   ::SetFocus(inner);
   ASSERT_EQ(::GetFocus(), inner);
   Turn(-120);

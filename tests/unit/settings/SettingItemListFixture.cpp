@@ -21,8 +21,8 @@ bool IsChecked(HWND line, int id) {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& stream, const ParentMessage& message) {
-  return stream << "message 0x" << std::hex << message.message << std::dec << " ("
-                << message.wParam << ", " << message.lParam << ")";
+  return stream << "message 0x" << std::hex << message.message << std::dec << " (" << message.wParam
+                << ", " << message.lParam << ")";
 }
 
 // --- ListParent ----------------------------------------------------------------------------------
@@ -96,8 +96,7 @@ void SettingItemListTest::MakeMachineWithOneEngine() {
   WriteConfig();
   WriteTexts();
   sandbox.MakeFolder(L"Engines");
-  engines.emplace(kSharedEngine,
-                  std::make_unique<ScriptedEngine>(EnginePath(kSharedEngine), &log));
+  engines.emplace(kSharedEngine, std::make_unique<ScriptedEngine>(EnginePath(kSharedEngine), &log));
 }
 
 void SettingItemListTest::WriteConfig() {
@@ -194,8 +193,7 @@ void SettingItemListTest::SetSaved(const std::wstring& mode, const std::wstring&
 
 std::optional<std::wstring> SettingItemListTest::Saved(const std::wstring& mode,
                                                        const std::wstring& item) const {
-  return sandbox.IniValue(sandbox.DataFile(L"ModeChange.Settings.ini"), mode.c_str(),
-                          item.c_str());
+  return sandbox.IniValue(sandbox.DataFile(L"ModeChange.Settings.ini"), mode.c_str(), item.c_str());
 }
 
 // --- The list ------------------------------------------------------------------------------------
