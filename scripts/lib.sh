@@ -34,11 +34,12 @@ is_installed() {
   [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$1" 2>/dev/null) == installed ]]
 }
 
-# Installs what is not there yet; does nothing, without asking for rights, when all is there.
+# install_packages [MORE...]: what is not there yet, of the list above and MORE; does nothing,
+# without asking for rights, when all is there.
 install_packages() {
-  command -v dpkg-query >/dev/null || fail "this machine is no Debian; install by hand: ${packages[*]}"
-  local package missing=()
-  for package in "${packages[@]}"; do
+  local package missing=() wanted=("${packages[@]}" "$@")
+  command -v dpkg-query >/dev/null || fail "this machine is no Debian; install by hand: ${wanted[*]}"
+  for package in "${wanted[@]}"; do
     is_installed "$package" || missing+=("$package")
   done
   if ((${#missing[@]} == 0)); then

@@ -4,9 +4,10 @@
 # VELTO_WINDOWS says which Windows it finds, "win10" (if unset) or "win7"; VELTO_LOCALE says what
 # user, as LC_ALL would: "ja_JP.UTF-8" ("en_US.UTF-8" if both are unset).
 #
-# Each Windows is a Wine prefix in the build folder, made when first needed. Its server, with a
-# screen of its own unless DISPLAY is set, goes on for some minutes after the last program, so that
-# the next one starts at once, and then ends by itself.
+# Each Windows is a Wine prefix in the build folder, or in the folder that VELTO_WINE_FOLDER names,
+# made when first needed. Its server, with a screen of its own unless DISPLAY is set, goes on for
+# some minutes after the last program, so that the next one starts at once, and then ends by itself.
+# The prefix's ".display" file says which screen that is.
 
 set -euo pipefail
 
@@ -80,14 +81,19 @@ quietly() { (detach && DISPLAY=$(<"$session") LC_ALL=C exec "$wine" "$@"); }
 windows=${VELTO_WINDOWS:-win10}
 [[ $windows == win10 || $windows == win7 ]] || fail "unknown Windows: $windows"
 
-build_folder=$(find_build_folder "$1")
-session=$build_folder/wine/$windows.display
-export WINEPREFIX=$build_folder/wine/$windows
+if [[ -n ${VELTO_WINE_FOLDER-} ]]; then
+  mkdir -p "$VELTO_WINE_FOLDER"
+  wine_folder=$(realpath "$VELTO_WINE_FOLDER")
+else
+  wine_folder=$(find_build_folder "$1")/wine
+fi
+session=$wine_folder/$windows.display
+export WINEPREFIX=$wine_folder/$windows
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
-mkdir -p "$build_folder/wine"
+mkdir -p "$wine_folder"
 
-exec {lock}>"$build_folder/wine/$windows.lock"
+exec {lock}>"$wine_folder/$windows.lock"
 flock --wait 300 "$lock" || fail "the Wine prefix is in use by another start-up"
 if ! server_runs; then
   start_session

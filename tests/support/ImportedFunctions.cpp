@@ -158,6 +158,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("GetWindowThreadProcessId", "pp"),
     Works("InSendMessageEx", "p"),
     Works("InvalidateRect", "ppu"),
+    Works("IsChild", "pp"),
     Works("IsDialogMessageW", "pp"),
     Works("IsWindow", "p"),
     Works("IsWindowEnabled", "p"),
