@@ -122,7 +122,8 @@ INT_PTR CModeSettingItemList::OnControlColor(HDC dc) {
 
 INT_PTR CModeSettingItemList::OnCopyData(HWND sender, const COPYDATASTRUCT* data) {
   if (data == nullptr || data->dwData != LockSettingItemRequest::kCopyDataId ||
-      data->cbData != sizeof(LockSettingItemRequest) || !IsLine(sender)) {
+      data->cbData != sizeof(LockSettingItemRequest) || data->lpData == nullptr ||
+      !IsSentByLine(sender)) {
     return Handled();
   }
   lockRequests.push(*static_cast<const LockSettingItemRequest*>(data->lpData));
@@ -266,10 +267,14 @@ void CModeSettingItemList::ReleaseRows() noexcept {
   settingGroups.clear();
 }
 
-bool CModeSettingItemList::IsLine(HWND window) const noexcept {
+bool CModeSettingItemList::IsSentByLine(HWND sender) const noexcept {
+  if (sender == nullptr) return false;
   for (const RowGroup& rows : rowGroups) {
     for (const auto& line : rows.lines) {
-      if (window != nullptr && line->Window() == window) return true;
+      if (line->Window() != sender) continue;
+      // Another program can name a line's window too, but its pointers mean nothing here. A line
+      // that sends while another program presses its button looks the same to Windows.
+      return ::InSendMessageEx(nullptr) == ISMEX_NOSEND || line->IsSendingLockSettingItemRequest();
     }
   }
   return false;

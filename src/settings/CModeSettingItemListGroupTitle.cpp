@@ -31,10 +31,7 @@ void CModeSettingItemListGroupTitle::OnHandlerFailed(UINT /*message*/) noexcept 
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
-  ::SendDlgItemMessageW(
-      Window(), IDC_GROUP_TITLE, WM_SETFONT,
-      reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont)),
-      TRUE);
+  SetControlFont();
   StretchBackground();
   CWideString displayName;
   if (!CModeChangeResource().GetSettingGroupName(groupName.c_str(), &displayName)) {
@@ -58,6 +55,14 @@ INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
     ::SetTextColor(dc, designer.GetSettingItemListGroupTitleTextColor());
   }
   return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
+}
+
+void CModeSettingItemListGroupTitle::SetControlFont() const noexcept {
+  const HFONT font = designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont);
+  // Without a font of the designer's the title keeps the template's, not the system's.
+  if (font == nullptr) return;
+  ::SendDlgItemMessageW(Window(), IDC_GROUP_TITLE, WM_SETFONT, reinterpret_cast<WPARAM>(font),
+                        TRUE);
 }
 
 void CModeSettingItemListGroupTitle::StretchBackground() const noexcept {

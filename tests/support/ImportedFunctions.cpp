@@ -156,6 +156,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("GetWindowTextLengthW", "p"),
     Works("GetWindowTextW", "ppu"),
     Works("GetWindowThreadProcessId", "pp"),
+    Works("InSendMessageEx", "p"),
     Works("InvalidateRect", "ppu"),
     Works("IsChild", "pp"),
     Works("IsDialogMessageW", "pp"),
