@@ -312,6 +312,7 @@ void CModeSettingItemList::InitializeScrollBar() noexcept {
   viewHeight = window.bottom - window.top;
   scrollPosition = 0;
   scrollUnit = 0;
+  wheelAccumulator = 0;
   if (!rowGroups.empty()) {
     RECT line{};
     ::GetClientRect(rowGroups.front().lines.front()->Window(), &line);
@@ -398,7 +399,7 @@ void CModeSettingItemList::StopWatchingFocus() noexcept {
 
 LRESULT CALLBACK CModeSettingItemList::OnFocusMoves(int code, WPARAM wParam,
                                                     LPARAM lParam) noexcept {
-  const auto gaining = reinterpret_cast<HWND>(wParam);
+  const HWND gaining = reinterpret_cast<HWND>(wParam);
   if (code == HCBT_SETFOCUS && IsMovedByKeyboard(reinterpret_cast<HWND>(lParam), gaining)) {
     HWND row = nullptr;
     for (HWND window = gaining; window != nullptr; window = ::GetAncestor(window, GA_PARENT)) {
