@@ -21,4 +21,5 @@ set(CMAKE_CXX_STANDARD_INCLUDE_DIRECTORIES
   "${gcc_folder}/include/c++" "${gcc_folder}/include/c++/x86_64-w64-mingw32")
 set(CMAKE_CXX_FLAGS_INIT "-fsanitize=undefined -fsanitize-trap=undefined")
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-L${gcc_folder}")
+set(CMAKE_MODULE_LINKER_FLAGS_INIT "-L${gcc_folder}")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-L${gcc_folder}")

@@ -41,7 +41,7 @@ extern "C" {
 #endif
 
 /* An open engine; null counts as a failure of CreateHandle. */
-typedef void* VELTO_DEVICE_ENGINE_HANDLE;
+typedef void* VELTO_DEVICE_ENGINE_HANDLE; /* NOLINT(modernize-use-using): C has no using */
 
 /* Identifiers of VeltoDeviceEngine_GetStringInformation: keys of section [SettingItem] of
    "ModeChange.Resource.ini", where the texts are. */
@@ -51,7 +51,9 @@ typedef void* VELTO_DEVICE_ENGINE_HANDLE;
 /* Characters of the buffer for a string, with the terminator; longer texts are cut. */
 #define VELTO_ENGINE_STRING_LENGTH 256
 
-/* Identifiers of VeltoDeviceEngine_GetINT32Information. */
+/* Identifiers of VeltoDeviceEngine_GetINT32Information. CURRENT_VALUE answers one of the values,
+   also where the device stands between two of them: the nearest one, which is what switching the
+   mode OFF brings back. */
 #define VELTO_ENGINE_INT32_SUPPORTED 0       /* 1 when the item is supported here; sub-index 0 */
 #define VELTO_ENGINE_INT32_VALUE_COUNT 1     /* number of values, available or not; sub-index 0 */
 #define VELTO_ENGINE_INT32_VALUE_AVAILABLE 2 /* 1 when the value can be had here; sub-index: value */

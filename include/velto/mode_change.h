@@ -42,7 +42,7 @@ extern "C" {
 #endif
 
 /* An open library; only a null handle is detected as wrong. */
-typedef void* VELTO_MODE_CHANGE_HANDLE;
+typedef void* VELTO_MODE_CHANGE_HANDLE; /* NOLINT(modernize-use-using): C has no using */
 
 /* Statuses of a mode. */
 #define VELTO_MODE_STATUS_OFF 0

@@ -16,6 +16,7 @@
 #include "config/CModeChangeSettings.h"
 #include "config/CModeChangeStatus.h"
 #include "resources/ControlIds.h"
+#include "settings/CSettingsDialog.h"
 #include "velto/mode_change.h"
 
 namespace {
@@ -136,10 +137,21 @@ bool CModeChange::RequestToSetINT32Information(UINT identifier, UINT /*subIndex*
   return RequestToChangeMode(selectedIndex, static_cast<UINT>(value), window, message);
 }
 
-bool CModeChange::ShowSettingsDialog(HWND /*parent*/) const {
+bool CModeChange::ShowSettingsDialog(HWND parent) const {
   if (selectedIndex >= modes.size()) throw std::out_of_range("invalid vector<T> subscript");
-  constexpr std::int32_t kNoDialog = 100;
-  return trace.WriteInt(L"CModeChange::ShowSettingsDialog", 468, kNoDialog);
+  CSettingsDialog dialog(modes[selectedIndex].keyName);
+  // A dialog that never comes up leaves the end code of one that was closed.
+  static_cast<void>(dialog.RunModal(IDD_SETTINGS, parent));
+  switch (dialog.EndCode()) {
+    case CSettingsDialog::kClosed:
+      return true;
+    case CSettingsDialog::kSavingFailed:
+      // The user knows already, and the host can do nothing about it.
+      trace.Write(L"CModeChange::ShowSettingsDialog", 457);
+      return true;
+    default:
+      return trace.WriteInt(L"CModeChange::ShowSettingsDialog", 468, dialog.EndCode());
+  }
 }
 
 bool CModeChange::GetModeDisplayName(UINT modeIndex, CWideString* name) const {
@@ -176,7 +188,7 @@ bool CModeChange::GetModeType(UINT modeIndex, std::int32_t* type) const {
   return true;
 }
 
-bool CModeChange::GetStatusCout(std::int32_t* count) const noexcept {
+bool CModeChange::GetStatusCout(std::int32_t* count) noexcept {
   *count = kStatusCount;
   return true;
 }

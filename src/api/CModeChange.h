@@ -41,7 +41,7 @@ class CModeChange {
   bool GetStatusDisplayName(UINT status, CWideString* name) const;
   bool GetStatusIconKeyName(UINT status, CWideString* keyName) const;
   bool GetModeType(UINT modeIndex, std::int32_t* type) const;
-  bool GetStatusCout(std::int32_t* count) const noexcept;
+  static bool GetStatusCout(std::int32_t* count) noexcept;
   bool GetCurrentStatus(UINT modeIndex, std::int32_t* status) const;
   bool IsSettingsChanged(UINT modeIndex, std::int32_t* changed) const;
   bool IsAutoONOFFEnabled(UINT modeIndex, std::int32_t* enabled) const;

@@ -19,6 +19,9 @@ constexpr UINT kNoSubIndex = 0;
 
 }  // namespace
 
+// A failure point is false, and so is the BOOL that reports it.
+// NOLINTBEGIN(readability-implicit-bool-conversion)
+
 BOOL WINAPI VeltoModeChange_CreateHandle(VELTO_MODE_CHANGE_HANDLE* handle) {
   const TraceLog trace;
   auto object = std::make_unique<CModeChange>();
@@ -35,8 +38,9 @@ BOOL WINAPI VeltoModeChange_DeleteHandle(VELTO_MODE_CHANGE_HANDLE handle) {
 
 BOOL WINAPI VeltoModeChange_GetModeCount(VELTO_MODE_CHANGE_HANDLE handle, UINT* count) {
   const TraceLog trace;
-  if (handle == nullptr || count == nullptr)
+  if (handle == nullptr || count == nullptr) {
     return trace.Write(L"VeltoModeChange_GetModeCount", 93);
+  }
   if (!GetObjectOf(handle)->GetModeCount(count)) {
     return trace.Write(L"VeltoModeChange_GetModeCount", 102);
   }
@@ -107,3 +111,5 @@ BOOL WINAPI VeltoModeChange_ShowSettingsDialog(VELTO_MODE_CHANGE_HANDLE handle, 
   }
   return TRUE;
 }
+
+// NOLINTEND(readability-implicit-bool-conversion)

@@ -13,7 +13,7 @@
 
 /// Tells the user, before a mode change, which mode is switched and which value each setting item
 /// will take, and lets the user cancel. A check box turns the dialog off for the future.
-class CAnnounceModeIsChangedDialog : public CDialogBase {
+class CAnnounceModeIsChangedDialog final : public CDialogBase {
  public:
   static constexpr std::int32_t kConfirmed = 10;
   static constexpr std::int32_t kCancelled = 11;

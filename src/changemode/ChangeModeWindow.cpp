@@ -138,6 +138,59 @@ bool GetCurrentONModeName(CWideString* name) {
   return true;
 }
 
+/// No mode is ON: what the item has now is its normal environment, if the new mode changes it.
+bool TakeOverFromNoMode(const CModeChangeStatus& statuses, const wchar_t* item,
+                        std::int32_t newValue, std::int32_t current, std::int32_t* value) {
+  if (newValue < 0) {
+    if (!statuses.SaveNormalEnvironmentSetting(item, CModeChangeStatus::kNothingSaved)) {
+      return TraceLog().Write(
+          L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
+          850, item);
+    }
+    *value = CModeChangeSettings::kDoNothing;
+    return true;
+  }
+  if (!statuses.SaveNormalEnvironmentSetting(item, current)) {
+    return TraceLog().Write(
+        L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
+        864, item);
+  }
+  *value = newValue;
+  return true;
+}
+
+/// Another mode is ON and set the item to `oldValue`, or left it alone.
+bool TakeOverFromOtherMode(const CModeChangeStatus& statuses, const wchar_t* item,
+                           std::int32_t oldValue, std::int32_t newValue, std::int32_t current,
+                           std::int32_t* value) {
+  const bool oldModeSetsItem = oldValue >= 0;
+  const bool newModeSetsItem = newValue >= 0;
+  if (oldModeSetsItem && !newModeSetsItem) {
+    std::int32_t normalValue = CModeChangeStatus::kNothingSaved;
+    if (!statuses.GetNormalEnvironmentSetting(item, &normalValue)) {
+      return TraceLog().Write(
+          L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
+          928);
+    }
+    if (!statuses.SaveNormalEnvironmentSetting(item, CModeChangeStatus::kNothingSaved)) {
+      return TraceLog().Write(
+          L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
+          936, item);
+    }
+    *value = normalValue;
+    return true;
+  }
+  // Where the old mode set the item too, the value saved when it started is still the normal one.
+  if (!oldModeSetsItem && newModeSetsItem &&
+      !statuses.SaveNormalEnvironmentSetting(item, current)) {
+    return TraceLog().Write(
+        L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
+        909, item);
+  }
+  *value = newModeSetsItem ? newValue : CModeChangeSettings::kDoNothing;
+  return true;
+}
+
 /// Decides the value that the item takes, or a negative number for none, and keeps the item's
 /// normal environment: the value that it had before any mode took it over.
 bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
@@ -181,26 +234,7 @@ bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
         L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
         834, item);
   }
-  const bool newModeSetsItem = newValue >= 0;
-
-  if (*currentOn == L'\0') {
-    if (newModeSetsItem) {
-      if (!statuses.SaveNormalEnvironmentSetting(item, current)) {
-        return TraceLog().Write(
-            L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
-            864, item);
-      }
-      *value = newValue;
-    } else {
-      if (!statuses.SaveNormalEnvironmentSetting(item, CModeChangeStatus::kNothingSaved)) {
-        return TraceLog().Write(
-            L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
-            850, item);
-      }
-      *value = CModeChangeSettings::kDoNothing;
-    }
-    return true;
-  }
+  if (*currentOn == L'\0') return TakeOverFromNoMode(statuses, item, newValue, current, value);
 
   std::int32_t oldValue = CModeChangeSettings::kDoNothing;
   if (!settings.GetSettingItemValue(currentOn, item, &oldValue)) {
@@ -212,32 +246,7 @@ bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
         L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
         884, item);
   }
-  const bool oldModeSetsItem = oldValue >= 0;
-
-  if (oldModeSetsItem && !newModeSetsItem) {
-    std::int32_t normalValue = CModeChangeStatus::kNothingSaved;
-    if (!statuses.GetNormalEnvironmentSetting(item, &normalValue)) {
-      return TraceLog().Write(
-          L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
-          928);
-    }
-    if (!statuses.SaveNormalEnvironmentSetting(item, CModeChangeStatus::kNothingSaved)) {
-      return TraceLog().Write(
-          L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
-          936, item);
-    }
-    *value = normalValue;
-    return true;
-  }
-  // Where the old mode set the item too, the value saved when it started is still the normal one.
-  if (!oldModeSetsItem && newModeSetsItem &&
-      !statuses.SaveNormalEnvironmentSetting(item, current)) {
-    return TraceLog().Write(
-        L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
-        909, item);
-  }
-  *value = newModeSetsItem ? newValue : CModeChangeSettings::kDoNothing;
-  return true;
+  return TakeOverFromOtherMode(statuses, item, oldValue, newValue, current, value);
 }
 
 /// Has the engine set the value, or reports the item as done at once where there is nothing to set.

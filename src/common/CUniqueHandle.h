@@ -77,6 +77,13 @@ struct RegistryKeyTraits {
 };
 using CUniqueRegistryKey = CUniqueHandle<RegistryKeyTraits>;
 
+struct WindowsHookTraits {
+  using Type = HHOOK;
+  static Type None() noexcept { return nullptr; }
+  static void Close(Type hook) noexcept { ::UnhookWindowsHookEx(hook); }
+};
+using CUniqueWindowsHook = CUniqueHandle<WindowsHookTraits>;
+
 template <class GdiObject>
 struct GdiObjectTraits {
   using Type = GdiObject;

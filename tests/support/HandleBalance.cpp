@@ -27,6 +27,7 @@ constexpr Ownership kOwnerships[] = {
     {"GetDC", kInResult, "ReleaseDC", 1},
     {"CreateFontIndirectW", kInResult, "DeleteObject", 0},
     {"CreateSolidBrush", kInResult, "DeleteObject", 0},
+    {"SetWindowsHookExW", kInResult, "UnhookWindowsHookEx", 0},
 };
 
 /// What the call took; nothing when it failed.

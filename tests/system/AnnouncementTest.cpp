@@ -153,10 +153,10 @@ TEST_F(AnnouncementTest, TheControlsAreThoseOfTheTemplate) {
       EXPECT_EQ(::GetWindowLongW(control, GWL_STYLE) & expected.style, expected.style);
     }
     EXPECT_EQ(::GetWindowLongW(Control(IDC_ANNOUNCE_DETAIL), GWL_STYLE) & WS_TABSTOP, 0);
-    const LONG style = ::GetWindowLongW(dialog, GWL_STYLE);
+    const auto style = static_cast<DWORD>(::GetWindowLongW(dialog, GWL_STYLE));
     EXPECT_EQ(style & (WS_POPUP | WS_CAPTION | DS_MODALFRAME),
               WS_POPUP | WS_CAPTION | DS_MODALFRAME);
-    EXPECT_EQ(style & WS_SYSMENU, 0);
+    EXPECT_EQ(style & WS_SYSMENU, 0U);
     RECT client = {0, 0, 363, 268};
     ::MapDialogRect(dialog, &client);
     RECT actual{};

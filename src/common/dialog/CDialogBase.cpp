@@ -3,7 +3,6 @@
 // windows.h comes with the header above, before commctrl.h, which needs it.
 #include <commctrl.h>
 
-#include <exception>
 #include <new>
 
 #include "common/ModuleHelpers.h"
@@ -19,7 +18,7 @@ class CDialogBase::Binding : public std::enable_shared_from_this<Binding> {
   [[nodiscard]] bool WasAttached() const noexcept { return wasAttached; }
 
   void Attach(HWND dialogWindow) noexcept {
-    keptByWindow = shared_from_this();
+    keptByWindow = weak_from_this().lock();
     wasAttached = true;
     dialog->binding = this;
     dialog->window = dialogWindow;
@@ -93,12 +92,12 @@ INT_PTR CALLBACK CDialogBase::DialogProc(HWND window, UINT message, WPARAM wPara
   // Some messages come before WM_INITDIALOG.
   if (kept == nullptr) return FALSE;
 
-  const std::shared_ptr<Binding> bound = kept->shared_from_this();
+  const std::shared_ptr<Binding> bound = kept->weak_from_this().lock();
   INT_PTR result = FALSE;
   if (bound->Dialog() != nullptr) {
     try {
       result = bound->Dialog()->OnMessage(message, wParam, lParam);
-    } catch (const std::exception&) {
+    } catch (...) {
       if (bound->Dialog() != nullptr) bound->Dialog()->OnHandlerFailed(message);
       result = TRUE;
     }

@@ -85,11 +85,11 @@ HBRUSH CUIDesigner::GetSettingItemListLineBackBrush(UINT lineNumber) {
                {L"CUIDesigner::GetSettingItemListLineBackBrush", 315});
 }
 
-COLORREF CUIDesigner::GetSettingItemListGroupTitleTextColor() const noexcept {
+COLORREF CUIDesigner::GetSettingItemListGroupTitleTextColor() noexcept {
   return IsHighContrastOn() ? ::GetSysColor(COLOR_WINDOWTEXT) : kGroupTitleWhite;
 }
 
-bool CUIDesigner::IsHighContrastOn() const noexcept {
+bool CUIDesigner::IsHighContrastOn() noexcept {
   HIGHCONTRASTW highContrast{};
   highContrast.cbSize = sizeof(highContrast);
   return ::SystemParametersInfoW(SPI_GETHIGHCONTRAST, sizeof(highContrast), &highContrast, 0) !=
@@ -107,6 +107,6 @@ HBRUSH CUIDesigner::Renew(CUniqueBrush* brush, COLORREF color, const TracePoint&
   return brush->Get();
 }
 
-COLORREF CUIDesigner::GreyUnlessHighContrast(COLORREF grey) const noexcept {
+COLORREF CUIDesigner::GreyUnlessHighContrast(COLORREF grey) noexcept {
   return IsHighContrastOn() ? ::GetSysColor(COLOR_WINDOW) : grey;
 }

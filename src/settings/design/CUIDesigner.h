@@ -61,12 +61,12 @@ class CUIDesigner {
   HBRUSH GetSettingItemListGroupTitleBackBrush();
   HBRUSH GetSettingItemListLineBackBrush(UINT lineNumber);
 
-  [[nodiscard]] COLORREF GetSettingItemListGroupTitleTextColor() const noexcept;
-  [[nodiscard]] bool IsHighContrastOn() const noexcept;
+  [[nodiscard]] static COLORREF GetSettingItemListGroupTitleTextColor() noexcept;
+  [[nodiscard]] static bool IsHighContrastOn() noexcept;
 
  private:
   HBRUSH Renew(CUniqueBrush* brush, COLORREF color, const TracePoint& failure) const;
-  [[nodiscard]] COLORREF GreyUnlessHighContrast(COLORREF grey) const noexcept;
+  [[nodiscard]] static COLORREF GreyUnlessHighContrast(COLORREF grey) noexcept;
 
   CUniqueBrush dialogBackBrush;
   CUniqueBrush titleBackBrush;

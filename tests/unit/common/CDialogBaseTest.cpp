@@ -34,7 +34,7 @@ struct History {
 };
 
 /// A dialog that does what a test says and answers FALSE to everything else.
-class TestDialog : public CDialogBase {
+class TestDialog final : public CDialogBase {
  public:
   using Handler = std::function<INT_PTR(UINT message, WPARAM wParam, LPARAM lParam)>;
 

@@ -195,7 +195,8 @@ TEST_F(CQTX05A9Test, LoadsFromAFolderWithABackslashAtItsEnd) {
 }
 
 TEST_F(CQTX05A9Test, TakesAnyTypeAndExpandsNothing) {
-  for (const DWORD type : {REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY}) {
+  for (const DWORD type :
+       std::initializer_list<DWORD>{REG_SZ, REG_EXPAND_SZ, REG_MULTI_SZ, REG_BINARY}) {
     SCOPED_TRACE(type);
     SetText(L"InstPath", L"%SystemRoot%\\Drv", type);
     SetText(L"DllName", L"%x%.dll", type);
