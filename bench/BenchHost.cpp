@@ -14,14 +14,14 @@ void Require(bool succeeded, const char* problem) {
 
 BenchHost::BenchHost(HMODULE library)
     : deleteHandle(Find<decltype(deleteHandle)>(library, "VeltoModeChange_DeleteHandle")),
-      request(Find<decltype(request)>(library, "VeltoModeChange_RequestToSetINT32Information")) {
+      request(Find<decltype(request)>(library, "VeltoModeChange_RequestToSetINT32Information")),
+      // Hidden, and with the system's procedure: what is posted to it is taken in the loop below.
+      window(::CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr, nullptr,
+                               ::GetModuleHandleW(nullptr), nullptr)) {
   const auto createHandle =
       Find<decltype(&VeltoModeChange_CreateHandle)>(library, "VeltoModeChange_CreateHandle");
   const auto selectMode =
       Find<decltype(&VeltoModeChange_SelectMode)>(library, "VeltoModeChange_SelectMode");
-  // Hidden, and with the procedure of the system: what is posted to it is taken in the loop below.
-  window = ::CreateWindowExW(0, L"STATIC", L"", WS_OVERLAPPEDWINDOW, 0, 0, 0, 0, nullptr, nullptr,
-                             ::GetModuleHandleW(nullptr), nullptr);
   Require(window != nullptr, "the host has no window");
   Require(createHandle(&handle) != FALSE, "the library gives no handle");
   Require(selectMode(handle, 0) != FALSE, "the machine has no mode");

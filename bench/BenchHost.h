@@ -22,6 +22,6 @@ class BenchHost {
 
   decltype(&VeltoModeChange_DeleteHandle) deleteHandle;
   decltype(&VeltoModeChange_RequestToSetINT32Information) request;
-  HWND window = nullptr;
+  HWND window;
   VELTO_MODE_CHANGE_HANDLE handle = nullptr;
 };

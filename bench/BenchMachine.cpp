@@ -2,7 +2,10 @@
 
 #include <chrono>
 #include <cstdio>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
+#include <utility>
 
 #include "support/Files.h"
 #include "support/IniFile.h"
@@ -24,8 +27,8 @@ void Write(const fs::path& path, const std::string& bytes) {
 
 }  // namespace
 
-BenchMachine::BenchMachine(const fs::path& folder, const fs::path& engine, std::size_t itemCount)
-    : folder(folder), itemCount(itemCount) {
+BenchMachine::BenchMachine(fs::path folder, const fs::path& engine, std::size_t itemCount)
+    : folder(std::move(folder)), itemCount(itemCount) {
   WriteConfiguration();
   CopyEngines(engine);
   IniFile status;
@@ -45,6 +48,11 @@ BenchMachine::~BenchMachine() {
 
 void BenchMachine::ResetStatus() const {
   Write(StatusFile(), initialStatus);
+}
+
+std::string BenchMachine::ReadStatus() const {
+  std::ifstream file(StatusFile(), std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
 void BenchMachine::WriteConfiguration() const {

@@ -9,7 +9,7 @@
 class BenchMachine {
  public:
   /// `engine` is the file that all engines are copies of.
-  BenchMachine(const std::filesystem::path& folder, const std::filesystem::path& engine,
+  BenchMachine(std::filesystem::path folder, const std::filesystem::path& engine,
                std::size_t itemCount);
   ~BenchMachine();
   BenchMachine(const BenchMachine&) = delete;
@@ -18,6 +18,8 @@ class BenchMachine {
   [[nodiscard]] std::filesystem::path ApplicationData() const { return folder / L"ProgramData"; }
   /// The status file of a machine whose mode was never ON: the next change to ON writes each item.
   void ResetStatus() const;
+  /// What the status file consists of.
+  [[nodiscard]] std::string ReadStatus() const;
 
  private:
   void WriteConfiguration() const;

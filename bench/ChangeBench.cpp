@@ -20,6 +20,8 @@
 #include <exception>
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,21 +44,27 @@ constexpr std::size_t kItemCounts[] = {16, 64, 256};
 constexpr std::size_t kDefaultRounds = 101;
 constexpr std::size_t kFewestRounds = 11;
 
-constexpr INT32 kDirections[] = {VELTO_MODE_STATUS_ON, VELTO_MODE_STATUS_OFF};
-constexpr const char* kDirectionNames[] = {"ON", "OFF"};
+struct Direction {
+  INT32 status;
+  const char* name;
+};
+constexpr Direction kDirections[] = {{VELTO_MODE_STATUS_ON, "ON"}, {VELTO_MODE_STATUS_OFF, "OFF"}};
 
-/// The calls of one change in each direction.
-using Recording = std::vector<std::vector<Call>>;
+struct RecordedChange {
+  const char* direction;
+  std::vector<Call> calls;
+};
+using Recording = std::vector<RecordedChange>;
 
 Recording Record(HMODULE library, const BenchMachine& machine, const BenchHost& host) {
   // Only here: the times are taken without anything between the library and Windows.
   EngineCallRecorder recorder(library);
   Recording recording;
   machine.ResetStatus();
-  for (const INT32 direction : kDirections) {
+  for (const Direction& direction : kDirections) {
     static_cast<void>(recorder.Take());
-    host.Change(direction);
-    recording.push_back(recorder.Take());
+    host.Change(direction.status);
+    recording.push_back({direction.name, recorder.Take()});
   }
   return recording;
 }
@@ -82,9 +90,10 @@ std::vector<Call> SelectNeeded(const std::vector<Call>& calls) {
 }
 
 struct Series {
-  std::vector<double> library;
-  std::vector<double> bare;
-  std::vector<double> allCalls;
+  const char* direction;
+  std::vector<double> library = {};
+  std::vector<double> bare = {};
+  std::vector<double> allCalls = {};
 };
 
 /// The same change done in three ways; the references by direction.
@@ -106,10 +115,11 @@ void TakeTurn(const BenchMachine& machine, std::vector<Series>* series,
 }
 
 std::vector<Series> Compare(const Subject& subject, std::size_t rounds) {
-  std::vector<Series> series(std::size(kDirections));
+  std::vector<Series> series;
+  for (const Direction& direction : kDirections) series.push_back({.direction = direction.name});
   const auto runLibrary = [&] {
     TakeTurn(subject.machine, &series, &Series::library,
-             [&](std::size_t i) { subject.host.Change(kDirections[i]); });
+             [&](std::size_t i) { subject.host.Change(kDirections[i].status); });
   };
   const auto runBare = [&] {
     TakeTurn(subject.machine, &series, &Series::bare,
@@ -134,6 +144,21 @@ std::vector<Series> Compare(const Subject& subject, std::size_t rounds) {
   return series;
 }
 
+/// The references have to do to the status file what the library does, and that is not nothing.
+void RequireSameEffect(const Subject& subject) {
+  const auto statusAfter = [&](const auto& turnOn) {
+    subject.machine.ResetStatus();
+    turnOn();
+    return subject.machine.ReadStatus();
+  };
+  const std::string unchanged = statusAfter([] {});
+  const std::string expected = statusAfter([&] { subject.host.Change(VELTO_MODE_STATUS_ON); });
+  if (expected == unchanged || statusAfter([&] { subject.bare[0].Run(); }) != expected ||
+      statusAfter([&] { subject.allCalls[0].Run(); }) != expected) {
+    throw std::runtime_error("the bare calls do something else than the library");
+  }
+}
+
 double MedianRatio(const std::vector<double>& times, const std::vector<double>& reference) {
   std::vector<double> ratios;
   std::transform(times.begin(), times.end(), reference.begin(), std::back_inserter(ratios),
@@ -141,12 +166,13 @@ double MedianRatio(const std::vector<double>& times, const std::vector<double>& 
   return Measure::Median(ratios);
 }
 
-void PrintRow(std::size_t itemCount, const char* direction, const Series& series) {
+void PrintRow(std::size_t itemCount, const Series& series) {
   const auto items = static_cast<double>(itemCount);
   const double library = Measure::Median(series.library);
   const double bare = Measure::Median(series.bare);
-  std::printf("%5zu %-6s %10.2f %10.2f %6.3f %9.3f %12.1f %10.1f %9.1f\n", itemCount, direction,
-              library / 1000, bare / 1000, MedianRatio(series.library, series.bare),
+  std::printf("%5zu %-6s %10.2f %10.2f %6.3f %9.3f %12.1f %10.1f %9.1f\n", itemCount,
+              series.direction, library / 1000, bare / 1000,
+              MedianRatio(series.library, series.bare),
               MedianRatio(series.library, series.allCalls), library / items, bare / items,
               (library - bare) / items);
   std::fflush(stdout);
@@ -168,11 +194,10 @@ void PrintCallsOfAnItem(const std::vector<Call>& calls) {
 
 int PrintCalls(HMODULE library, const BenchMachine& machine) {
   const BenchHost host(library);
-  const Recording recording = Record(library, machine, host);
-  for (std::size_t i = 0; i < recording.size(); ++i) {
+  for (const RecordedChange& change : Record(library, machine, host)) {
     std::printf("\nOne item of a change to %s; the bare loop is without those marked *\n\n",
-                kDirectionNames[i]);
-    PrintCallsOfAnItem(recording[i]);
+                change.direction);
+    PrintCallsOfAnItem(change.calls);
   }
   return EXIT_SUCCESS;
 }
@@ -181,14 +206,12 @@ void CompareAndPrint(HMODULE library, const BenchMachine& machine, std::size_t i
                      std::size_t rounds) {
   const BenchHost host(library);
   Subject subject{.machine = machine, .host = host};
-  for (const std::vector<Call>& calls : Record(library, machine, host)) {
-    subject.bare.emplace_back(SelectNeeded(calls), host.Window());
-    subject.allCalls.emplace_back(calls, host.Window());
+  for (const RecordedChange& change : Record(library, machine, host)) {
+    subject.bare.emplace_back(SelectNeeded(change.calls), host.Window());
+    subject.allCalls.emplace_back(change.calls, host.Window());
   }
-  const std::vector<Series> series = Compare(subject, rounds);
-  for (std::size_t i = 0; i < series.size(); ++i) {
-    PrintRow(itemCount, kDirectionNames[i], series[i]);
-  }
+  RequireSameEffect(subject);
+  for (const Series& series : Compare(subject, rounds)) PrintRow(itemCount, series);
 }
 
 int Run(std::size_t rounds, bool onlyCalls) {
