@@ -157,6 +157,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("GetWindowTextW", "ppu"),
     Works("GetWindowThreadProcessId", "pp"),
     Works("InvalidateRect", "ppu"),
+    Works("IsChild", "pp"),
     Works("IsDialogMessageW", "pp"),
     Works("IsWindow", "p"),
     Works("IsWindowEnabled", "p"),
