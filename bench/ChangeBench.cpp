@@ -19,6 +19,7 @@
 #include <deque>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <iterator>
 #include <stdexcept>
 #include <string>
@@ -42,7 +43,7 @@ namespace fs = std::filesystem;
 constexpr double kAim = 1.10;
 constexpr std::size_t kItemCounts[] = {16, 64, 256};
 constexpr std::size_t kDefaultRounds = 101;
-constexpr std::size_t kFewestRounds = 11;
+constexpr std::size_t kFewestRounds = 21;
 
 struct Direction {
   INT32 status;
@@ -159,11 +160,14 @@ void RequireSameEffect(const Subject& subject) {
   }
 }
 
-double MedianRatio(const std::vector<double>& times, const std::vector<double>& reference) {
-  std::vector<double> ratios;
-  std::transform(times.begin(), times.end(), reference.begin(), std::back_inserter(ratios),
-                 [](double time, double bare) { return time / bare; });
-  return Measure::Median(ratios);
+/// Round by round, so that what slows both down for a while drops out.
+template <class Operation>
+double CompareRounds(const std::vector<double>& times, const std::vector<double>& reference,
+                     const Operation& operation) {
+  std::vector<double> results;
+  std::transform(times.begin(), times.end(), reference.begin(), std::back_inserter(results),
+                 operation);
+  return Measure::Median(results);
 }
 
 void PrintRow(std::size_t itemCount, const Series& series) {
@@ -172,9 +176,9 @@ void PrintRow(std::size_t itemCount, const Series& series) {
   const double bare = Measure::Median(series.bare);
   std::printf("%5zu %-6s %10.2f %10.2f %6.3f %9.3f %12.1f %10.1f %9.1f\n", itemCount,
               series.direction, library / 1000, bare / 1000,
-              MedianRatio(series.library, series.bare),
-              MedianRatio(series.library, series.allCalls), library / items, bare / items,
-              (library - bare) / items);
+              CompareRounds(series.library, series.bare, std::divides<>()),
+              CompareRounds(series.library, series.allCalls, std::divides<>()), library / items,
+              bare / items, CompareRounds(series.library, series.bare, std::minus<>()) / items);
   std::fflush(stdout);
 }
 

@@ -2,7 +2,7 @@
 //
 //     readers_bench.exe [ROUNDS]
 //
-// As everywhere in the library a reader is made, asked once and dropped. Question and bare calls
+// As mostly in the library, a reader is made, asked once and dropped. Question and bare calls
 // take turns in one process, with the same files; what is printed are medians over the rounds.
 
 #include <windows.h>
