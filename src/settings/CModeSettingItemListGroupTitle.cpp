@@ -52,7 +52,7 @@ INT_PTR CModeSettingItemListGroupTitle::OnDialogColor(HDC dc) {
 INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
   ::SetBkMode(dc, TRANSPARENT);
   if (::GetDlgCtrlID(control) == IDC_GROUP_TITLE) {
-    ::SetTextColor(dc, designer.GetSettingItemListGroupTitleTextColor());
+    ::SetTextColor(dc, CUIDesigner::GetSettingItemListGroupTitleTextColor());
   }
   return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
 }
