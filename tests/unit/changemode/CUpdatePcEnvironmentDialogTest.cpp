@@ -69,9 +69,10 @@ class CUpdatePcEnvironmentDialogTest : public SettingsTest {
 TEST_F(CUpdatePcEnvironmentDialogTest, TheControlsAreThoseOfTheTemplate) {
   RunAnd([](HWND dialog) {
     ExpectControls(
-        dialog, {{IDC_PROGRESS_BAR, L"msctls_progress32", {7, 55, 329, 8}, PBS_MARQUEE | WS_VISIBLE},
-                 {IDC_PROGRESS_TEXT, L"Static", {42, 20, 294, 28}, WS_VISIBLE, SS_RIGHT},
-                 {IDC_PROGRESS_ICON, L"Static", {7, 16, kItsOwn, kItsOwn}, SS_ICON | WS_VISIBLE}});
+        dialog,
+        {{IDC_PROGRESS_BAR, L"msctls_progress32", {7, 55, 329, 8}, PBS_MARQUEE | WS_VISIBLE},
+         {IDC_PROGRESS_TEXT, L"Static", {42, 20, 294, 28}, WS_VISIBLE, SS_RIGHT},
+         {IDC_PROGRESS_ICON, L"Static", {7, 16, kItsOwn, kItsOwn}, SS_ICON | WS_VISIBLE}});
     EXPECT_TRUE(HasStyle(dialog, WS_POPUP | WS_BORDER | DS_FIXEDSYS));
     EXPECT_FALSE(HasStyle(dialog, WS_CAPTION));
     EXPECT_FALSE(HasStyle(dialog, WS_SYSMENU));
@@ -312,16 +313,17 @@ TEST_F(CUpdatePcEnvironmentDialogTest, RunningOutOfMemoryAtTheStartEndsIt) {
   interposition.Replace(
       "SetTimer", [](HWND, UINT_PTR, UINT, TIMERPROC) -> UINT_PTR { throw std::bad_alloc(); });
   EXPECT_EQ(Run(), 100);
+  ExpectTraces({In(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51)});
   ExpectNothingLeft();
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, RunningOutOfMemoryForATraceKeepsTheResult) {
   robot.Then("progress", DialogRobot::DialogWith(IDC_PROGRESS_BAR), [this](HWND dialog) {
-    interposition.Fail("malloc", {.onwards = true});
+    interposition.Fail("malloc", {});
     ::SendMessageW(dialog, WM_UPDATEPCENVIRONMENT_COMPLETED, 0, 0);
-    interposition.StopFailing();
   });
   EXPECT_EQ(Run(L"AModeWhoseNameTakesMemory"), 12);
+  ExpectTraces({In(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51)});
   ExpectNothingLeft();
 }
 

@@ -438,6 +438,7 @@ TEST_F(CModeSettingsAreaTest, RunningOutOfMemoryAtTheStartIsReported) {
                         [](wchar_t*, int) -> int { throw std::bad_alloc(); });
   EXPECT_TRUE(area->Create(IDD_MODE_SETTINGS_AREA, frame.Window()));
   EXPECT_THAT(Posted(), ElementsAre(kError));
+  EXPECT_EQ(OwnTraces(), (Traces{InArea(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CModeSettingsAreaTest, AMachineWithoutUsableItemsHasAnEmptyList) {
@@ -705,6 +706,7 @@ TEST_F(CModeSettingsAreaTest, RunningOutOfMemoryIsReported) {
                         [](HWND, wchar_t*, int, BOOL) -> BOOL { throw std::bad_alloc(); });
   ChooseMode(3);
   EXPECT_THAT(Posted(), ElementsAre(kError));
+  EXPECT_EQ(OwnTraces(), (Traces{InArea(L"OnHandlerFailed", 84)}));
 }
 
 // --- Defaults ------------------------------------------------------------------------------------

@@ -670,6 +670,7 @@ TEST_F(CSettingsDialogTest, WithoutMemoryAtTheStartItEnds) {
   EXPECT_TRUE(dialog.RunModal(IDD_SETTINGS, hostWindow));
   EXPECT_EQ(dialog.EndCode(), 100);
   EXPECT_THAT(Boxes(), IsEmpty());
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CSettingsDialogTest, WithoutMemoryForASaveTheUserIsTold) {
@@ -681,6 +682,7 @@ TEST_F(CSettingsDialogTest, WithoutMemoryForASaveTheUserIsTold) {
   ThenBox();
   EXPECT_EQ(Run(), 100);
   EXPECT_THAT(Boxes(), ElementsAre(kUnknownError));
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CSettingsDialogTest, WithoutMemoryForTheBoxItEnds) {
@@ -692,6 +694,7 @@ TEST_F(CSettingsDialogTest, WithoutMemoryForTheBoxItEnds) {
               ::PostMessageW(Frame(), WM_MODESETTINGS_ERROR, 5, 0);
             }),
             100);
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 // --- The wheel -----------------------------------------------------------------------------------
@@ -797,7 +800,7 @@ TEST_F(CSettingsDialogTest, TheGuardIsFreeAfterAFailure) {
     ::SendMessageW(Frame(), WM_MOUSEWHEEL, MAKEWPARAM(0, 120), 0);
     interposition.Replace("GetFocus", []() -> HWND { return nullptr; });
     Wheel(-120);
-    ExpectTraces({InFrame(L"OnMouseWheel", 265)});
+    ExpectTraces({InFrame(L"OnHandlerFailed", 84), InFrame(L"OnMouseWheel", 265)});
   });
   ThenBox();
   EXPECT_EQ(Run(), 100);
