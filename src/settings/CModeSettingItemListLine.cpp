@@ -775,8 +775,10 @@ bool CModeSettingItemListLine::SendLockSettingItemRequest(bool lock) {
                                  .lockedItemValues = lockedItemValues};
   COPYDATASTRUCT copyData{
       .dwData = LockSettingItemRequest::kCopyDataId, .cbData = sizeof(request), .lpData = &request};
+  sendingLockRequest = true;
   ::SendMessageW(list, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
                  reinterpret_cast<LPARAM>(&copyData));
+  sendingLockRequest = false;
   lockingOthers = lock;
   return true;
 }
