@@ -57,6 +57,7 @@ INT_PTR CUpdatePcEnvironmentDialog::OnMessage(UINT message, WPARAM wParam, LPARA
 }
 
 void CUpdatePcEnvironmentDialog::OnHandlerFailed(UINT message) noexcept {
+  trace.Write(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51);
   Close(message == WM_UPDATEPCENVIRONMENT_COMPLETED ? result : kFailed);
 }
 

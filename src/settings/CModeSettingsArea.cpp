@@ -83,6 +83,7 @@ INT_PTR CModeSettingsArea::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void CModeSettingsArea::OnHandlerFailed(UINT /*message*/) noexcept {
+  trace.Write(L"CModeSettingsArea::OnHandlerFailed", 84);
   ReportError();
 }
 

@@ -99,6 +99,7 @@ INT_PTR CSettingsDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CSettingsDialog::OnHandlerFailed(UINT message) noexcept {
+  trace.Write(L"CSettingsDialog::OnHandlerFailed", 84);
   endCode = kFailed;
   hasFailed = true;
   // Where not even the message box comes up, or there is no dialog yet to show it on, it just ends.
