@@ -113,9 +113,7 @@ INT_PTR CModeSettingItemList::OnClose() {
 }
 
 INT_PTR CModeSettingItemList::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(designer.GetDialogBackBrush());
+  return ControlColor(dc, designer.GetDialogBackBrush());
 }
 
 INT_PTR CModeSettingItemList::OnCopyData(HWND sender, const COPYDATASTRUCT* data) {

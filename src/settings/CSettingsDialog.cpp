@@ -224,13 +224,10 @@ INT_PTR CSettingsDialog::OnMouseWheel(WPARAM wParam, LPARAM lParam) {
 }
 
 INT_PTR CSettingsDialog::OnControlColor(UINT message, HDC dc, HWND control) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
   const int id = ::GetDlgCtrlID(control);
   const bool isTitle =
       message == WM_CTLCOLORSTATIC && (id == IDC_TITLE_BAND || id == IDC_TITLE_TEXT);
-  return reinterpret_cast<INT_PTR>(isTitle ? designer.GetTitleBackBrush()
-                                           : designer.GetDialogBackBrush());
+  return ControlColor(dc, isTitle ? designer.GetTitleBackBrush() : designer.GetDialogBackBrush());
 }
 
 INT_PTR CSettingsDialog::OnClose() noexcept {
@@ -249,9 +246,7 @@ INT_PTR CSettingsDialog::OnClose() noexcept {
 
 void CSettingsDialog::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    ::SendDlgItemMessageW(Window(), use.control, WM_SETFONT,
-                          reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(use.font)),
-                          TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 

@@ -80,7 +80,7 @@ TEST_F(SettingsDialogTest, SavingThatFailedIsASuccessThatIsTraced) {
 
 TEST_F(SettingsDialogTest, AnyOtherCodeIsAFailure) {
   OpenOn(kQuiet);
-  for (const WPARAM code : {12, 100, 0, 4711}) {
+  for (const WPARAM code : std::initializer_list<WPARAM>{12, 100, 0, 4711}) {
     Then([code] { ::PostMessageW(Frame(), WM_APP + 1001, code, 0); });
     ThenDismissBox();
     EXPECT_FALSE(Show());

@@ -170,7 +170,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, OtherTimersAreIgnored) {
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, AnyResultButCompletedIsAFailure) {
-  for (const WPARAM result : {0, 2, 3, 4711}) {
+  for (const WPARAM result : std::initializer_list<WPARAM>{0, 2, 3, 4711}) {
     SCOPED_TRACE(result);
     EXPECT_EQ(RunAnd([result](HWND dialog) {
                 ::PostMessageW(dialog, WM_UPDATEPCENVIRONMENT_COMPLETED, result, 0);
@@ -182,7 +182,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, AnyResultButCompletedIsAFailure) {
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, AnEngineThatEndsTheChangeIsAFailure) {
-  for (const WPARAM result : {0, 2, 3}) {
+  for (const WPARAM result : std::initializer_list<WPARAM>{0, 2, 3}) {
     SCOPED_TRACE(result);
     Engine(L"Lamp").result = result;
     EXPECT_EQ(Run(), 12);
@@ -235,7 +235,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, TheUserCannotEndIt) {
   Engine(L"Lamp").completion = ScriptedEngine::Completion::kByTest;
   robot.Then(
       "request", [this] { return Engine(L"Lamp").window != nullptr; },
-      [this] {
+      [] {
         const HWND dialog = DialogRobot::FindDialogWith(IDC_PROGRESS_BAR);
         ::SendMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
         ::SendMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE | 1, 0);

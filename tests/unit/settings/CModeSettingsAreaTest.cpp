@@ -28,9 +28,9 @@ struct FrameMessage {
   LPARAM lParam = 0;
 
   friend bool operator==(const FrameMessage&, const FrameMessage&) = default;
-  friend std::ostream& operator<<(std::ostream& stream, const FrameMessage& message) {
-    return stream << "message 0x" << std::hex << message.message << std::dec << " ("
-                  << message.wParam << ", " << message.lParam << ")";
+  friend std::ostream& operator<<(std::ostream& stream, const FrameMessage& posted) {
+    return stream << "message 0x" << std::hex << posted.message << std::dec << " (" << posted.wParam
+                  << ", " << posted.lParam << ")";
   }
 };
 
@@ -287,7 +287,8 @@ TEST_F(CModeSettingsAreaTest, EveryColorIsThatOfWindows) {
   });
   Open();
   const HDC dc = ::GetDC(Area());
-  for (const UINT message : {WM_CTLCOLORBTN, WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
+  for (const UINT message :
+       std::initializer_list<UINT>{WM_CTLCOLORBTN, WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
     ::SetBkMode(dc, OPAQUE);
     ::SetTextColor(dc, RGB(1, 2, 3));
     const HBRUSH brush = AskForBrush(Area(), message, Control(IDC_SHOW_ANNOUNCEMENT), dc);
@@ -514,7 +515,8 @@ TEST_F(CModeSettingsAreaTest, PassesErrorsOnAsTheyAre) {
 
 TEST_F(CModeSettingsAreaTest, OtherCommandsAreNotItsOwn) {
   Open();
-  for (const UINT notification : {CBN_DROPDOWN, CBN_CLOSEUP, CBN_SETFOCUS}) {
+  for (const UINT notification :
+       std::initializer_list<UINT>{CBN_DROPDOWN, CBN_CLOSEUP, CBN_SETFOCUS}) {
     ::SendMessageW(Area(), WM_COMMAND, MAKEWPARAM(IDC_MODE_SELECTION, notification), 0);
   }
   ::SendMessageW(Area(), WM_COMMAND, IDOK, 0);
