@@ -54,13 +54,11 @@ typedef void* VELTO_MODE_CHANGE_HANDLE; /* NOLINT(modernize-use-using): C has no
 #define VELTO_MODE_STRING_STATUS_ICON_KEY 2 /* icon key name of a status; sub-index: the status */
 
 /* Identifiers of VeltoModeChange_GetINT32Information; the sub-index is ignored. */
-#define VELTO_MODE_INT32_TYPE 0           /* a VELTO_MODE_TYPE_... value */
-#define VELTO_MODE_INT32_STATUS_COUNT 1   /* always 2 */
-#define VELTO_MODE_INT32_CURRENT_STATUS 2 /* a VELTO_MODE_STATUS_... value; OFF if never switched \
-                                           */
-#define VELTO_MODE_INT32_SETTINGS_CHANGED 3 /* 1 when the user changed what the mode does, else 0 \
-                                             */
-#define VELTO_MODE_INT32_AUTO_ON_OFF 4 /* 1 when the mode may be switched automatically, else 0 */
+#define VELTO_MODE_INT32_TYPE 0             /* a VELTO_MODE_TYPE_... value */
+#define VELTO_MODE_INT32_STATUS_COUNT 1     /* always 2 */
+#define VELTO_MODE_INT32_CURRENT_STATUS 2   /* a VELTO_MODE_STATUS_... value; OFF at first */
+#define VELTO_MODE_INT32_SETTINGS_CHANGED 3 /* 1 when the user changed what it does, else 0 */
+#define VELTO_MODE_INT32_AUTO_ON_OFF 4      /* 1 when it may be switched automatically, else 0 */
 
 /* Values of VELTO_MODE_INT32_TYPE. */
 #define VELTO_MODE_TYPE_CRADLE 0
