@@ -111,6 +111,14 @@ void CSettingsDialog::OnHandlerFailed(UINT message) noexcept {
 }
 
 INT_PTR CSettingsDialog::OnInitDialog() {
+  const bool wasMade = MakeControls();
+  if (!wasMade) endCode = kFailed;
+  if (!wasMade || isToClose) Close();
+  return TRUE;
+}
+
+bool CSettingsDialog::MakeControls() {
+  const CFlagScope making(&isBeingMade);
   SetControlFonts();
   bool succeeded = SetControlText();
   if (!succeeded) {
@@ -120,11 +128,7 @@ INT_PTR CSettingsDialog::OnInitDialog() {
     if (!succeeded) trace.Write(L"CSettingsDialog::OnInitDialog", 62);
   }
   EnableApply(false);
-  if (!succeeded) {
-    endCode = kFailed;
-    Close();
-  }
-  return TRUE;
+  return succeeded;
 }
 
 INT_PTR CSettingsDialog::OnCommand(WORD control) {
@@ -142,7 +146,7 @@ INT_PTR CSettingsDialog::OnCommand(WORD control) {
 }
 
 INT_PTR CSettingsDialog::OnOK() {
-  if (isSaving || isClosing) return Handled();
+  if (isBeingMade || isSaving || isClosing) return Handled();
   const std::int32_t result = SaveSettings();
   if (EndsWithError()) return Handled();
   switch (result) {
@@ -168,7 +172,7 @@ INT_PTR CSettingsDialog::OnOK() {
 }
 
 INT_PTR CSettingsDialog::OnApply() {
-  if (isSaving || isClosing) return Handled();
+  if (isBeingMade || isSaving || isClosing) return Handled();
   const std::int32_t result = SaveSettings();
   if (EndsWithError()) return Handled();
   switch (result) {
@@ -231,8 +235,9 @@ INT_PTR CSettingsDialog::OnControlColor(UINT message, HDC dc, HWND control) {
 }
 
 INT_PTR CSettingsDialog::OnClose() noexcept {
-  // The area must not go while it saves, nor the owner of a message box.
-  if (isSaving || isErrorShown) {
+  // The area must not go while it saves, nor the owner of a message box, nor a row whose engine
+  // handles messages while the row is made.
+  if (isBeingMade || isSaving || isErrorShown) {
     isToClose = true;
     return Handled();
   }

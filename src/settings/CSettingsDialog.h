@@ -41,6 +41,7 @@ class CSettingsDialog final : public CDialogBase {
   INT_PTR OnControlColor(UINT message, HDC dc, HWND control);
   INT_PTR OnClose() noexcept;
 
+  bool MakeControls();
   void SetControlFonts() const noexcept;
   bool SetControlText();
   bool CreateModeSettingsArea();
@@ -62,6 +63,7 @@ class CSettingsDialog final : public CDialogBase {
   CUIDesigner designer;
   std::int32_t endCode = kClosed;
   bool forwardsWheel = false;
+  bool isBeingMade = false;
   bool isSaving = false;
   bool isErrorShown = false;
   bool hasFailed = false;
