@@ -179,6 +179,8 @@ void DirectDialog::Close() {
   engines.clear();
 }
 
+// Both go from a control to its parent: as deep as the dialog's windows lie in each other.
+// NOLINTBEGIN(misc-no-recursion)
 bool DirectDialog::IsKnown(Recorded window) const {
   if (made.contains(window)) return true;
   const auto control = controls.find(window);
@@ -191,6 +193,7 @@ HWND DirectDialog::Find(Recorded window) const {
   const auto& [parent, id] = controls.at(window);
   return ::GetDlgItem(Find(parent), id);
 }
+// NOLINTEND(misc-no-recursion)
 
 DirectDialog::Step DirectDialog::MakeCreationStep(const Call& call,
                                                   const DialogRecording& recording) {

@@ -340,45 +340,32 @@ bool CSettingsDialog::EndsWithError() noexcept {
 // --- Message boxes -------------------------------------------------------------------------------
 
 bool CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorUnknown(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorUnknown,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedSaveSettings(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedSaveSettings,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment() {
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedUpdatePcEnvironment,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598});
+}
+
+bool CSettingsDialog::ShowError(bool (CModeChangeResource::*getText)(CWideString* text),
+                                const TracePoint& noApplicationName, const TracePoint& noText) {
   CModeChangeResource resource;
   CWideString applicationName;
   if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591);
+    return trace.Write(noApplicationName.function, noApplicationName.line);
   }
   CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedUpdatePcEnvironment(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598);
-  }
-  return ShowError(text, applicationName);
-}
-
-bool CSettingsDialog::ShowError(const CWideString& text, const CWideString& applicationName) {
+  if (!(resource.*getText)(&text)) return trace.Write(noText.function, noText.line);
   // The dialog may have gone with its owner, while devices changed.
   if (Window() == nullptr) return false;
   const CFlagScope shown(&isErrorShown);
