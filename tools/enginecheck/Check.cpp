@@ -22,7 +22,7 @@ void Check::Finish(const std::wstring& text) {
   } else if (count > kMostToldOneByOne) {
     journal.Report(
         {worst, area, name,
-         L"The same happened " + std::to_wstring(count - kMostToldOneByOne) + L" times more.",
+         L"There are " + std::to_wstring(count - kMostToldOneByOne) + L" more of this kind.",
          L"Mend the cause of the ones above first."});
   }
 }

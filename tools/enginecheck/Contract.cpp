@@ -14,6 +14,7 @@ namespace {
 constexpr UINT kManyDevices = 1000;
 constexpr INT32 kManyValues = 1000;
 constexpr UINT kFirstDevice = 0;
+constexpr UINT kLargest = 0xFFFFFFFF;
 constexpr INT32 kYes = 1;
 constexpr std::size_t kFewestValues = 2;
 
@@ -258,37 +259,51 @@ void Contract::CheckState(Questions& questions, Device& device) {
 }
 
 void Contract::CheckRefusals(Questions& questions, const Device& device) {
-  constexpr UINT kUnknown = 1000;
-  constexpr UINT kLargest = 0xFFFFFFFF;
-  const auto pastLast = static_cast<UINT>(device.valueCount);
+  CheckIdentifiers(questions);
+  CheckSubIndexes(questions, device);
 
-  Check identifiers(journal, kRefusals, L"unknown-identifiers");
-  const std::wstring newer =
+  Check check(journal, kRefusals, L"device-index");
+  if (engine.SelectDevice(device.count) != FALSE) {
+    check.Fail(L"SelectDevice accepted device " + std::to_wstring(device.count) + L" of " +
+                   std::to_wstring(device.count) + L".",
+               L"Fail for an index that is not below the device count.");
+    // Whatever that has selected.
+    static_cast<void>(engine.SelectDevice(kFirstDevice));
+  }
+  check.Finish(L"A device that there is not is refused.");
+}
+
+void Contract::CheckIdentifiers(Questions& questions) {
+  constexpr UINT kUnknown = 1000;
+  Check check(journal, kRefusals, L"unknown-identifiers");
+  const std::wstring advice =
       L"Fail for every identifier that the contract does not name: a newer library tells by that "
       L"what an engine can do.";
   for (const UINT identifier : {kUnknown, kLargest}) {
     if (questions.GetNumber(identifier, 0)) {
-      identifiers.Fail(L"The number " + std::to_wstring(identifier) + L" was answered.", newer);
+      check.Fail(L"The number " + std::to_wstring(identifier) + L" was answered.", advice);
     }
     if (questions.GetText(identifier, 0)) {
-      identifiers.Fail(L"The text " + std::to_wstring(identifier) + L" was answered.", newer);
+      check.Fail(L"The text " + std::to_wstring(identifier) + L" was answered.", advice);
     }
   }
-  identifiers.Finish(L"Unknown identifiers are refused.");
+  check.Finish(L"Unknown identifiers are refused.");
+}
 
-  Check subIndexes(journal, kRefusals, L"sub-indexes");
+void Contract::CheckSubIndexes(Questions& questions, const Device& device) {
+  Check check(journal, kRefusals, L"sub-indexes");
   const std::wstring range =
-      L"Fail for a sub-index that is out of range; a mistaken value shows "
-      L"as a mistake then and not as a setting.";
-  // Where not all values were checked it is not known which one is beyond them.
-  for (const UINT subIndex : {pastLast, kLargest}) {
+      L"Fail for a value that there is not: a mistaken number shows as a mistake then, and not as "
+      L"a setting.";
+  for (const UINT subIndex : {static_cast<UINT>(device.valueCount), kLargest}) {
+    // Where not all values were checked there are more.
     if (subIndex == kManyValues) continue;
     const std::wstring ofValue = L" of value " + std::to_wstring(subIndex) + L" was answered.";
     if (questions.GetNumber(VELTO_ENGINE_INT32_VALUE_AVAILABLE, subIndex)) {
-      subIndexes.Fail(L"VALUE_AVAILABLE" + ofValue, range);
+      check.Fail(L"VALUE_AVAILABLE" + ofValue, range);
     }
     if (questions.GetText(VELTO_ENGINE_STRING_VALUE_KEY, subIndex)) {
-      subIndexes.Fail(L"VALUE_KEY" + ofValue, range);
+      check.Fail(L"VALUE_KEY" + ofValue, range);
     }
   }
   const std::wstring none = L"Fail for all sub-indexes but 0, as the contract has no others.";
@@ -296,23 +311,13 @@ void Contract::CheckRefusals(Questions& questions, const Device& device) {
        std::initializer_list<UINT>{VELTO_ENGINE_INT32_SUPPORTED, VELTO_ENGINE_INT32_VALUE_COUNT,
                                    VELTO_ENGINE_INT32_CURRENT_VALUE, VELTO_ENGINE_INT32_BUSY}) {
     if (questions.GetNumber(identifier, 1)) {
-      subIndexes.Fail(NumberName(identifier) + L" with sub-index 1 was answered.", none);
+      check.Fail(NumberName(identifier) + L" with sub-index 1 was answered.", none);
     }
   }
   if (questions.GetText(VELTO_ENGINE_STRING_ITEM_KEY, 1)) {
-    subIndexes.Fail(L"ITEM_KEY with sub-index 1 was answered.", none);
+    check.Fail(L"ITEM_KEY with sub-index 1 was answered.", none);
   }
-  subIndexes.Finish(L"Sub-indexes out of range are refused.");
-
-  Check devices(journal, kRefusals, L"device-index");
-  if (engine.SelectDevice(device.count) != FALSE) {
-    devices.Fail(L"SelectDevice accepted device " + std::to_wstring(device.count) + L" of " +
-                     std::to_wstring(device.count) + L".",
-                 L"Fail for an index that is not below the device count.");
-    // Whatever that has selected.
-    static_cast<void>(engine.SelectDevice(kFirstDevice));
-  }
-  devices.Finish(L"A device that there is not is refused.");
+  check.Finish(L"Sub-indexes out of range are refused.");
 }
 
 bool IsUsable(Engine& engine) {

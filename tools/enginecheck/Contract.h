@@ -41,6 +41,8 @@ class Contract {
   void CheckNames(Questions& questions, const Device& device);
   void CheckState(Questions& questions, Device& device);
   void CheckRefusals(Questions& questions, const Device& device);
+  void CheckIdentifiers(Questions& questions);
+  void CheckSubIndexes(Questions& questions, const Device& device);
   void SayNotUsable(const std::wstring& reason);
 
   Engine& engine;

@@ -1,11 +1,8 @@
 #include "ProcessObjects.h"
 
 #include <windows.h>
-// windows.h first: the others need its types.
+// windows.h first: the other needs its types.
 #include <tlhelp32.h>
-#include <winternl.h>
-
-#include <vector>
 
 #include "common/CUniqueHandle.h"
 
@@ -13,41 +10,18 @@ namespace EngineCheck {
 
 namespace {
 
-std::size_t CountThreads() {
-  const CUniqueFile snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
-  THREADENTRY32 entry{};
-  entry.dwSize = sizeof(entry);
+/// One by one: not every system that runs Windows programs counts a process' handles. They are
+/// multiples of four, and the lowest that is free is given out first.
+std::size_t CountHandles() {
+  constexpr ULONG_PTR kStep = 4;
+  constexpr ULONG_PTR kHighest = 0x8000;
   std::size_t count = 0;
-  for (BOOL isThere = ::Thread32First(snapshot.Get(), &entry); isThere != FALSE;
-       isThere = ::Thread32Next(snapshot.Get(), &entry)) {
-    if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
+  for (ULONG_PTR number = kStep; number < kHighest; number += kStep) {
+    DWORD flags = 0;
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): whether this number is a handle is the question
+    if (::GetHandleInformation(reinterpret_cast<HANDLE>(number), &flags) != FALSE) ++count;
   }
   return count;
-}
-
-/// From the list of processes: GetProcessHandleCount does not count on every system that runs
-/// Windows programs.
-std::optional<std::size_t> CountHandles() {
-  constexpr NTSTATUS kTooSmall = static_cast<NTSTATUS>(0xC0000004);
-  std::vector<BYTE> list(0x10000);
-  ULONG needed = 0;
-  NTSTATUS status = kTooSmall;
-  while ((status = ::NtQuerySystemInformation(SystemProcessInformation, list.data(),
-                                              static_cast<ULONG>(list.size()), &needed)) ==
-         kTooSmall) {
-    list.resize(list.size() * 2);
-  }
-  if (status < 0) return std::nullopt;
-  const BYTE* position = list.data();
-  for (;;) {
-    const auto* process = reinterpret_cast<const SYSTEM_PROCESS_INFORMATION*>(position);
-    if (reinterpret_cast<ULONG_PTR>(process->UniqueProcessId) == ::GetCurrentProcessId()) {
-      return process->HandleCount != 0 ? std::optional<std::size_t>(process->HandleCount)
-                                       : std::nullopt;
-    }
-    if (process->NextEntryOffset == 0) return std::nullopt;
-    position += process->NextEntryOffset;
-  }
 }
 
 bool IsOfThisProcess(HWND window) {
@@ -79,6 +53,18 @@ std::optional<std::size_t> CountGdiObjects() {
 }
 
 }  // namespace
+
+std::size_t ProcessObjects::CountThreads() {
+  const CUniqueFile snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPTHREAD, 0));
+  THREADENTRY32 entry{};
+  entry.dwSize = sizeof(entry);
+  std::size_t count = 0;
+  for (BOOL isThere = ::Thread32First(snapshot.Get(), &entry); isThere != FALSE;
+       isThere = ::Thread32Next(snapshot.Get(), &entry)) {
+    if (entry.th32OwnerProcessID == ::GetCurrentProcessId()) ++count;
+  }
+  return count;
+}
 
 ProcessObjects ProcessObjects::Count() {
   return {.threads = CountThreads(),

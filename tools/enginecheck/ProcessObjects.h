@@ -9,11 +9,12 @@ namespace EngineCheck {
 /// something there is no number.
 struct ProcessObjects {
   std::size_t threads = 0;
-  std::optional<std::size_t> handles;
+  std::size_t handles = 0;
   std::size_t windows = 0;
   std::optional<std::size_t> gdiObjects;
 
   [[nodiscard]] static ProcessObjects Count();
+  [[nodiscard]] static std::size_t CountThreads();
 };
 
 }  // namespace EngineCheck
