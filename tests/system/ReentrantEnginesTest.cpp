@@ -127,6 +127,8 @@ class ReentrantEnginesTest : public SettingsTest {
       if (frame != nullptr && ::IsWindowVisible(frame) != FALSE) {
         ::PostMessageW(frame, WM_CLOSE, 0, 0);
       }
+      const HWND messageBox = DialogRobot::FindMessageBox();
+      if (messageBox != nullptr) DialogRobot::Dismiss(messageBox);
     });
     const BOOL answer = showSettingsDialog(handle, parent);
     ::KillTimer(nullptr, timer);
@@ -408,8 +410,7 @@ TEST_F(ReentrantEnginesInSettingsTest, MayDestroyTheOwner) {
 
 TEST_F(ReentrantEnginesInSettingsTest, MayHandleMessagesAfterAnErrorWasReported) {
   AtEachCall(
-      [this] {
-        robot.Then("error", DialogRobot::AnyMessageBox(), DialogRobot::Dismiss);
+      [] {
         ::PostMessageW(FindFrame(), WM_MODESETTINGS_ERROR, 100, 0);
         PumpAll();
       },
