@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "changemode/ChangeModeReaders.h"
 #include "common/CWideString.h"
 #include "devices/CDeviceEngineHelper.h"
 
@@ -31,6 +32,7 @@ struct ChangeModeWindowData {
     newModeName = {};
     newModeStatus = 0;
     stage = Stage::kIdle;
+    readers.reset();
   }
 
   // Refuses requests while set. Nothing sets it: a second request overwrites the first one.
@@ -44,4 +46,5 @@ struct ChangeModeWindowData {
   std::vector<CWideString> settingItemNames;
   std::shared_ptr<CDeviceEngineHelper> engine;  // of the item being set; shared with the call in it
   Stage stage = Stage::kIdle;
+  std::shared_ptr<const ChangeModeReaders> readers;  // while a change is under way; shared likewise
 };

@@ -163,10 +163,7 @@ INT_PTR CModeSettingItemListLine::OnHScroll(HWND slider) const noexcept {
 }
 
 INT_PTR CModeSettingItemListLine::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(
-      designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
+  return ControlColor(dc, designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
 }
 
 void CModeSettingItemListLine::OnCheckSettingItem() {
@@ -213,9 +210,7 @@ void CModeSettingItemListLine::OnComboSettingItemValue() {
 
 void CModeSettingItemListLine::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    // Without a font of the designer's the control keeps the template's, not the system's.
-    const HFONT font = designer.GetModeSettingsDialogFont(use.font);
-    if (font != nullptr) Ask(use.control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 
@@ -571,13 +566,12 @@ void CModeSettingItemListLine::HandFocusToAnotherLine() const noexcept {
   HWND next = ::GetFocus();
   if (::IsChild(Window(), next) == FALSE) return;
   const HWND dialog = ::GetAncestor(Window(), GA_ROOT);
-  // The line has fewer tab stops than controls. Where the walk is still inside then, there is
+  // The line has fewer tab stops than controls: where that many steps don't leave it, there is
   // nobody else.
   for (std::size_t step = 0; step < std::size(kEditingControls); ++step) {
     next = ::GetNextDlgTabItem(dialog, next, FALSE);
-    if (::IsChild(Window(), next) == FALSE) break;
+    if (::IsChild(Window(), next) == FALSE) return MoveFocus(next);
   }
-  if (::IsChild(Window(), next) == FALSE) MoveFocus(next);
 }
 
 void CModeSettingItemListLine::MoveFocus(HWND control) const noexcept {
@@ -776,8 +770,10 @@ bool CModeSettingItemListLine::SendLockSettingItemRequest(bool lock) {
                                  .lockedItemValues = lockedItemValues};
   COPYDATASTRUCT copyData{
       .dwData = LockSettingItemRequest::kCopyDataId, .cbData = sizeof(request), .lpData = &request};
+  sendingLockRequest = true;
   ::SendMessageW(list, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
                  reinterpret_cast<LPARAM>(&copyData));
+  sendingLockRequest = false;
   lockingOthers = lock;
   return true;
 }

@@ -99,6 +99,7 @@ INT_PTR CSettingsDialog::OnMessage(UINT message, WPARAM wParam, LPARAM lParam) {
 }
 
 void CSettingsDialog::OnHandlerFailed(UINT message) noexcept {
+  trace.Write(L"CSettingsDialog::OnHandlerFailed", 84);
   endCode = kFailed;
   hasFailed = true;
   // Where not even the message box comes up, or there is no dialog yet to show it on, it just ends.
@@ -227,13 +228,10 @@ INT_PTR CSettingsDialog::OnMouseWheel(WPARAM wParam, LPARAM lParam) {
 }
 
 INT_PTR CSettingsDialog::OnControlColor(UINT message, HDC dc, HWND control) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
   const int id = ::GetDlgCtrlID(control);
   const bool isTitle =
       message == WM_CTLCOLORSTATIC && (id == IDC_TITLE_BAND || id == IDC_TITLE_TEXT);
-  return reinterpret_cast<INT_PTR>(isTitle ? designer.GetTitleBackBrush()
-                                           : designer.GetDialogBackBrush());
+  return ControlColor(dc, isTitle ? designer.GetTitleBackBrush() : designer.GetDialogBackBrush());
 }
 
 INT_PTR CSettingsDialog::OnClose() noexcept {
@@ -253,9 +251,7 @@ INT_PTR CSettingsDialog::OnClose() noexcept {
 
 void CSettingsDialog::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    ::SendDlgItemMessageW(Window(), use.control, WM_SETFONT,
-                          reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(use.font)),
-                          TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 
@@ -344,45 +340,32 @@ bool CSettingsDialog::EndsWithError() noexcept {
 // --- Message boxes -------------------------------------------------------------------------------
 
 bool CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorUnknown(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorUnknown,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedSaveSettings(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedSaveSettings,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment() {
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedUpdatePcEnvironment,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598});
+}
+
+bool CSettingsDialog::ShowError(bool (CModeChangeResource::*getText)(CWideString* text),
+                                const TracePoint& noApplicationName, const TracePoint& noText) {
   CModeChangeResource resource;
   CWideString applicationName;
   if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591);
+    return trace.Write(noApplicationName.function, noApplicationName.line);
   }
   CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedUpdatePcEnvironment(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598);
-  }
-  return ShowError(text, applicationName);
-}
-
-bool CSettingsDialog::ShowError(const CWideString& text, const CWideString& applicationName) {
+  if (!(resource.*getText)(&text)) return trace.Write(noText.function, noText.line);
   // The dialog may have gone with its owner, while devices changed.
   if (Window() == nullptr) return false;
   const CFlagScope shown(&isErrorShown);

@@ -6,6 +6,7 @@
 
 #include "common/CWideString.h"
 #include "common/dialog/CDialogBase.h"
+#include "config/CModeChangeResource.h"
 #include "settings/CModeSettingsArea.h"
 #include "settings/design/CUIDesigner.h"
 #include "trace/TraceLog.h"
@@ -58,7 +59,8 @@ class CSettingsDialog final : public CDialogBase {
   bool ShowErrorMessageBoxThatUnknownErrorOccured();
   bool ShowErrorMessageBoxThatFailedSeveSettings();
   bool ShowErrorMessageBoxThatFailedUpdatePcEnvironment();
-  [[nodiscard]] bool ShowError(const CWideString& text, const CWideString& applicationName);
+  [[nodiscard]] bool ShowError(bool (CModeChangeResource::*getText)(CWideString* text),
+                               const TracePoint& noApplicationName, const TracePoint& noText);
 
   CUIDesigner designer;
   std::int32_t endCode = kClosed;

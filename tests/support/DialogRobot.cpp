@@ -4,10 +4,12 @@
 #include <utility>
 #include <vector>
 
+#include "support/Text.h"
+
 namespace {
 
 constexpr UINT kPollInMilliseconds = 10;
-constexpr ULONGLONG kPatienceInMilliseconds = 12'000;
+constexpr ULONGLONG kPatienceInMilliseconds = 20'000;
 
 DialogRobot* current = nullptr;
 
@@ -37,6 +39,7 @@ bool IsMessageBox(HWND dialog) {
 
 DialogRobot::DialogRobot() {
   current = this;
+  deadline = ::GetTickCount64() + kPatienceInMilliseconds;
   timer = ::SetTimer(nullptr, 0, kPollInMilliseconds, OnTimer);
 }
 
@@ -100,14 +103,23 @@ void CALLBACK DialogRobot::OnTimer(HWND /*window*/, UINT /*message*/, UINT_PTR /
 }
 
 void DialogRobot::RunSteps() {
-  if (steps.empty()) return;
-  // The step removes itself before it acts: its action may run a dialog for the next step.
-  const std::function<bool()> tryToRun = steps.front().tryToRun;
-  if (!tryToRun() && ::GetTickCount64() >= deadline) GiveUp();
+  if (!steps.empty()) {
+    // The step removes itself before it acts: its action may run a dialog for the next step.
+    const std::function<bool()> tryToRun = steps.front().tryToRun;
+    if (tryToRun()) return;
+  }
+  if (::GetTickCount64() >= deadline) GiveUp();
 }
 
 void DialogRobot::GiveUp() {
+  const std::vector<HWND> dialogs = VisibleDialogs();
+  if (steps.empty() && dialogs.empty()) return;
   for (const Step& step : steps) ADD_FAILURE() << "did not happen: " << step.name;
   steps.clear();
-  for (const HWND dialog : VisibleDialogs()) ::EndDialog(dialog, 0);
+  for (const HWND dialog : dialogs) {
+    wchar_t title[64]{};
+    ::GetWindowTextW(dialog, title, 64);
+    ADD_FAILURE() << "nobody ends this dialog: \"" << Text::Escape(title) << '"';
+    ::EndDialog(dialog, 0);
+  }
 }

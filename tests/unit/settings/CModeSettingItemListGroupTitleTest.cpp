@@ -189,8 +189,7 @@ TEST_F(CModeSettingItemListGroupTitleTest, LeavesOtherMessagesAlone) {
 
 TEST_F(CModeSettingItemListGroupTitleTest, TellsItsParentWhenMemoryRunsOut) {
   title.emplace(L"Screen");
-  interposition.Observe("MoveWindow",
-                        [this](const Call&) { interposition.Fail("malloc", {.onwards = true}); });
+  interposition.Observe("MoveWindow", [this](const Call&) { interposition.Fail("malloc", {}); });
   ASSERT_TRUE(title->Create(IDD_SETTING_ITEM_LIST_GROUP_TITLE, parent.Window()));
   interposition.StopFailing();
   EXPECT_EQ(traces.Take(), (Traces{{L"CModeSettingItemListGroupTitle::OnHandlerFailed", 31}}));

@@ -150,9 +150,8 @@ TEST_F(CModeSettingItemListLockTest, ReportsMemoryThatRunsOut) {
   OpenAtZero();
   const auto original = interposition.Original<decltype(&::SendMessageW)>("SendMessageW");
   interposition.Replace("SendMessageW",
-                        [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
-                          if (message == WM_COPYDATA)
-                            interposition.Fail("malloc", {.onwards = true});
+                        [this, original](HWND window, UINT message, WPARAM wParam, LPARAM lParam) {
+                          if (message == WM_COPYDATA) interposition.Fail("malloc", {});
                           const LRESULT result = original(window, message, wParam, lParam);
                           interposition.StopFailing();
                           return result;
@@ -324,7 +323,8 @@ TEST_F(CModeSettingItemListLockTest, AppliesRequestsInTheirOrder) {
   std::vector<std::string> shown;
   bool isHeld = false;
   interposition.Replace(
-      "SendMessageW", [&](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
+      "SendMessageW",
+      [&, original](HWND window, UINT message, WPARAM wParam, LPARAM lParam) -> LRESULT {
         if (message == WM_MODESETTINGS_LOCKSETTINGITEM && !std::exchange(isHeld, true)) {
           Request(Lock({L"B"}, {0}), From(L"C"));
           shown.push_back(Shown(L"B"));

@@ -34,8 +34,10 @@ ListParent::ListParent() {
   windowClass.hInstance = ::GetModuleHandleW(nullptr);
   windowClass.lpszClassName = kParentClass;
   ::RegisterClassExW(&windowClass);
-  window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kParentClass, L"", WS_POPUP | WS_VISIBLE, 0, 0,
-                             700, 600, nullptr, nullptr, windowClass.hInstance, nullptr);
+  // Beyond the screen: a window that the X server maps, it also has to give back, and without a
+  // window manager Wine waits for that for two seconds.
+  window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kParentClass, L"", WS_POPUP | WS_VISIBLE, -4000,
+                             -4000, 700, 600, nullptr, nullptr, windowClass.hInstance, nullptr);
   ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   other = ::CreateWindowExW(0, L"Button", L"Other", WS_CHILD | WS_VISIBLE | WS_TABSTOP, 0, 570, 80,
                             25, window, nullptr, windowClass.hInstance, nullptr);
