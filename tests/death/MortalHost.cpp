@@ -41,6 +41,34 @@ void LiveInSandbox(Interposition& interposition) {
   });
 }
 
+/// The first change on a machine makes the folder and the file that it writes.
+void DieAtCreations(Interposition& interposition, Fate& fate) {
+  const auto makeFolder = interposition.Original<decltype(&::CreateDirectoryW)>("CreateDirectoryW");
+  interposition.Replace(
+      "CreateDirectoryW",
+      [makeFolder, &fate](const wchar_t* path, SECURITY_ATTRIBUTES* attributes) -> BOOL {
+        fate.Pass();
+        const BOOL made = makeFolder(path, attributes);
+        Print("made the folder");
+        fate.Pass();
+        return made;
+      });
+  const auto open = interposition.Original<decltype(&::CreateFileW)>("CreateFileW");
+  interposition.Replace(
+      "CreateFileW",
+      [open, &fate](const wchar_t* path, DWORD access, DWORD share, SECURITY_ATTRIBUTES* attributes,
+                    DWORD disposition, DWORD flags, HANDLE model) -> HANDLE {
+        const bool isNew = disposition == CREATE_NEW;
+        if (isNew) fate.Pass();
+        const HANDLE file = open(path, access, share, attributes, disposition, flags, model);
+        if (isNew) {
+          Print("made the file");
+          fate.Pass();
+        }
+        return file;
+      });
+}
+
 void DieAtWrites(Interposition& interposition, Fate& fate) {
   const auto write =
       interposition.Original<decltype(&::WritePrivateProfileStringW)>("WritePrivateProfileStringW");
@@ -63,6 +91,7 @@ int Run(const std::wstring& operation, unsigned long point) {
   Interposition interposition(library.Module());
   Fate fate(point);
   LiveInSandbox(interposition);
+  DieAtCreations(interposition, fate);
   DieAtWrites(interposition, fate);
   Host host(library.Module());
   host.ForEachDevice([&fate](Device& device) {

@@ -15,9 +15,10 @@ constexpr const wchar_t* kOption = L"--die";
 
 /// Runs an operation, "on", "off" or "over", and ends the process without a warning at its n-th
 /// point: where an engine's call begins, right after a device was set, right before and right after
-/// a file is written. Point 0 never comes.
+/// a folder or a file is made or a file is written. Point 0 never comes.
 ///
-/// Prints what was done, a line each: "set Lamp=1", "wrote [NormalEnvironment] Lamp=3".
+/// Prints what was done, a line each: "made the file", "wrote [NormalEnvironment] Lamp=3",
+/// "set Lamp=1".
 [[nodiscard]] int Run(const std::wstring& operation, unsigned long point);
 
 }  // namespace MortalHost
