@@ -120,7 +120,7 @@ TEST_F(SecurityTest, EveryFileIsNamedByAFullPathInOneOfItsTwoFolders) {
   }
 }
 
-TEST_F(SecurityTest, ThereIsNoOtherWayToLoadAFileOrToStartAProgram) {
+TEST_F(SecurityTest, ThereIsNoOtherWayToLoadAFileAndNoneToStartAProgram) {
   for (const char* function : {"LoadLibraryA",
                                "LoadLibraryExA",
                                "LoadLibraryExW",
