@@ -1,6 +1,7 @@
 /*
  * The contract of a device engine: a DLL that carries out one setting item of the machine for
- * ModeChange.dll, which loads it by the path that the configuration gives ("EnginePath").
+ * ModeChange.dll, which loads it by the path that the configuration gives ("EnginePath"). The DLLs
+ * that it imports are not looked for beside it: import Windows' own only.
  *
  * An engine offers a list of values, numbered from 0. The library asks for the present value,
  * which of the values this machine has and what they are called, and has one of them set.
@@ -28,6 +29,25 @@
  *   Every function returns non-zero for success. A failure leaves the outputs untouched. Buffers
  *   and pointers belong to the caller and are valid during the call only. Exceptions must not leave
  *   an engine.
+ *
+ * What the library makes of other answers
+ *   A text without terminator: its first 255 characters. The length told: ignored.
+ *   A number other than 1 where 1 is a yes: a no.
+ *   VALUE_COUNT below 2, negative included: the item is not usable, and left out everywhere.
+ *   VALUE_COUNT large: each value is asked for, on the UI thread, at least twice in a change. The
+ *     library sets no limit: keep it as small as a list that a user can choose from.
+ *   CURRENT_VALUE negative: nothing is brought back. A value that is not available when it is to be
+ *     brought back: the change to OFF fails.
+ *   A completion too many, or late: the message does not say which request it answers. DONE counts
+ *     for the item that is waited for, if there is one, else it does nothing. Any other result ends
+ *     the change that is under way, whichever that is. To a window that is gone: nothing happens.
+ *   No completion: the change stays under way until the host ends it or asks for another one.
+ *   A call may handle messages and call the library. The change may end meanwhile, another take
+ *     its place, or the host delete its handle: the rest of the old change is dropped, and the DLL
+ *     stays loaded until the call has returned.
+ *   Files may change meanwhile: modes and items are those of the handle's creation, everything else
+ *     is read when it is the item's turn. What can't be read then ends the change.
+ *   Nothing protects the host from an engine that writes past a buffer or crashes.
  *
  * Export the functions undecorated. The header compiles as C11 and as C++.
  */
