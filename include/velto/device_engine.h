@@ -45,8 +45,9 @@
  *   A call may handle messages and call the library. The change may end meanwhile, another take
  *     its place, or the host delete its handle: the rest of the old change is dropped, and the DLL
  *     stays loaded until the call has returned.
- *   Files may change meanwhile: modes and items are those of the handle's creation, everything else
- *     is read when it is the item's turn. What can't be read then ends the change.
+ *   Files may change meanwhile: modes and items are those of the handle's creation, which mode was
+ *     ON is decided by the request, everything else is read when it is the item's turn. What can't
+ *     be read then ends the change.
  *   Nothing protects the host from an engine that writes past a buffer or crashes.
  *
  * Export the functions undecorated. The header compiles as C11 and as C++.
