@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <regex>
 #include <system_error>
 
 #include "ConfigCheck.h"
@@ -20,12 +21,20 @@ constexpr const wchar_t* kFallback = L"en-US";
 
 /// Whether a user can have this locale: a language alone is none.
 bool IsUserLocale(const std::wstring& name) {
+  // Other systems' way to write one, which some take for their own.
+  if (name.find(L'_') != std::wstring::npos) return false;
   DWORD isNeutral = 1;
   return ::IsValidLocaleName(name.c_str()) != FALSE &&
          ::GetLocaleInfoEx(name.c_str(), LOCALE_INEUTRAL | LOCALE_RETURN_NUMBER,
                            reinterpret_cast<wchar_t*>(&isNeutral),
                            sizeof(isNeutral) / sizeof(wchar_t)) != 0 &&
          isNeutral == 0;
+}
+
+/// "de-DE", "sr-Latn-RS", "es-419": what no other folder is likely to be called.
+bool LooksLikeLocale(const std::wstring& name) {
+  static const std::wregex kShape(L"[A-Za-z]{2,3}(-[A-Za-z]{4})?-([A-Za-z]{2}|[0-9]{3})");
+  return std::regex_match(name, kShape);
 }
 
 bool Exists(const fs::path& path) {
@@ -134,7 +143,8 @@ void FolderCheck::FindLanguageOf(const std::wstring& locale) {
 void FolderCheck::CheckLanguageFolders() {
   for (const std::wstring& folder : subFolders) {
     const bool isLocale = IsUserLocale(folder);
-    if (isLocale == HasTexts(folder)) continue;
+    const bool hasTexts = HasTexts(folder);
+    if (hasTexts ? isLocale : !(isLocale && LooksLikeLocale(folder))) continue;
     findings.Add(Rule::kLocaleFolder,
                  isLocale ? (options.folder / folder).wstring()
                           : (options.folder / folder / kResource).wstring(),

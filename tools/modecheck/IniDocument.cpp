@@ -65,13 +65,12 @@ void IniDocument::ReadSection(std::wstring_view line, unsigned number) {
     brokenLines.push_back({std::wstring(line), number, L"The \"]\" of the section is missing."});
     return;
   }
-  const std::wstring_view name = line.substr(1, end - 1);
+  const std::wstring_view name = Trim(line.substr(1, end - 1));
   if (end + 1 != line.size()) {
     brokenLines.push_back({std::wstring(line), number,
                            L"Text after a section's \"]\" belongs on a line of its own."});
-  } else if (name != Trim(name) || name.empty()) {
-    brokenLines.push_back(
-        {std::wstring(line), number, L"A section's name has no spaces around it."});
+  } else if (name.empty()) {
+    brokenLines.push_back({std::wstring(line), number, L"The section has no name."});
   }
   const auto [first, isNew] = index.try_emplace(Names::Fold(name), sections.size());
   sections.push_back({.name = std::wstring(name),
