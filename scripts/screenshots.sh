@@ -17,7 +17,7 @@ of its dialogs on the sample notebook. They go to docs/images.
 TEXT
 }
 
-readonly dialogs=(settings message progress confirmation)
+readonly dialogs=(settings message progress confirmation menu)
 readonly languages=(english:en_US japanese:ja_JP german:de_DE french:fr_FR italian:it_IT
   spanish:es_ES portuguese:pt_PT brazilian:pt_BR dutch:nl_NL danish:da_DK swedish:sv_SE
   norwegian:nb_NO finnish:fi_FI polish:pl_PL czech:cs_CZ slovak:sk_SK hungarian:hu_HU
@@ -33,7 +33,7 @@ chosen() {
     for resolution in "${resolutions[@]}"; do printf 'settings %s %s\n' "$language" "$resolution"; done
   done
   printf '%s 96\n' "message english" "progress english" "confirmation english" \
-    "confirmation japanese"
+    "confirmation japanese" "menu english" "menu japanese"
 }
 
 wanted=("${languages[@]%:*}")
@@ -195,6 +195,37 @@ picture_confirmation() {
   ((status == 1))
 }
 
+has_tray_window() { DISPLAY=$screen xdotool search --name '^modetray$' >/dev/null 2>&1; }
+
+find_menu() { DISPLAY=$screen xdotool search --onlyvisible --class modetray 2>/dev/null; }
+
+count_menus() { find_menu | wc -l; }
+
+has_menus() { (($(count_menus) == $1)); }
+
+# The menu of modetray with a mode that is ON. Started again, it opens the menu at the pointer where
+# Windows can't say where the icon is; the pointer then opens the menu of settings, which is the
+# second entry from below.
+picture_menu() {
+  local left=400 bottom=700 place
+  run "$machine/modectl.exe" on "$mode" --no-confirm >/dev/null
+  start_host "$locale" "$machine/modetray.exe"
+  wait_for has_tray_window
+  DISPLAY=$screen xdotool mousemove "$left" "$bottom"
+  run "$machine/modetray.exe"
+  wait_for has_menus 1
+  place=$((bottom - 36 * resolution / 96))
+  DISPLAY=$screen xdotool mousemove "$((left + 30))" "$place" mousemove_relative 10 0 click 1
+  wait_for has_menus 2
+  wait_for has_picture root "$picture"
+  convert "$picture" -crop "800x$bottom+$left+100" +repage -fill "#d8dde2" -floodfill +0+0 black \
+    -trim +repage "$picture"
+  stop_host
+  wait "$host" || true
+  host=
+  run "$machine/modectl.exe" off "$mode" --no-confirm >/dev/null
+}
+
 # Small, and the same file whenever the picture is the same.
 pack_picture() {
   convert "$picture" -strip +dither -colors 64 -define png:compression-level=9 \
@@ -209,8 +240,9 @@ leave() {
 # --- The pictures ---------------------------------------------------------------------------------
 
 install_packages "${picture_packages[@]}"
-build release ModeChange modectl "${engines[@]}"
+build release ModeChange modectl modetray "${engines[@]}"
 lay_out_notebook "$machine"
+cp build/release/bin/modetray.exe "$machine"
 log "Starting the notebook"
 prepare_screen
 add_caption_font
