@@ -1,3 +1,5 @@
+#include <windows.h>
+
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -18,6 +20,13 @@ void PrintUsage(std::FILE* stream) {
       "       faults --only OPERATION[:CALL[:once|:onward]]\n"
       "       faults --list\n",
       stream);
+}
+
+/// Where Windows is imitated on a screen without a window manager, showing or hiding a dialog waits
+/// two seconds for one. This makes it not wait, for this program.
+void DoWithoutWindowManager() {
+  ::RegSetKeyValueW(HKEY_CURRENT_USER, L"Software\\Wine\\AppDefaults\\faults.exe\\X11 Driver",
+                    L"Managed", REG_SZ, L"N", 2 * sizeof(wchar_t));
 }
 
 bool ReadNumber(const std::string& text, std::uint32_t* number) {
@@ -59,5 +68,6 @@ int wmain(int argc, wchar_t** argv) {
       return kWrongUsage;
     }
   }
+  DoWithoutWindowManager();
   return Campaign(options).Run();
 }

@@ -20,7 +20,18 @@ struct Pipe {
   HANDLE writer = nullptr;
 };
 
-/// `inherited` says which end the child gets.
+// Handles that are open while a process starts go to it too, a half written copy among them. So
+// only one worker is made at a time.
+SRWLOCK startLock = SRWLOCK_INIT;
+
+class StartGuard {
+ public:
+  StartGuard() { ::AcquireSRWLockExclusive(&startLock); }
+  ~StartGuard() { ::ReleaseSRWLockExclusive(&startLock); }
+  StartGuard(const StartGuard&) = delete;
+  StartGuard& operator=(const StartGuard&) = delete;
+};
+
 Pipe MakePipe(bool isReaderInherited) {
   SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
   Pipe pipe;
@@ -57,7 +68,10 @@ CaseResult Decode(const std::string& line) {
 
 }  // namespace
 
-WorkerProcess::WorkerProcess() : copy(Files::ProgramPath()) {}
+WorkerProcess::WorkerProcess() {
+  const StartGuard guard;
+  copy = std::make_unique<ProgramCopy>(Files::ProgramPath());
+}
 
 WorkerProcess::~WorkerProcess() {
   Stop();
@@ -84,14 +98,15 @@ CaseResult WorkerProcess::Run(const FaultCase& faultCase) {
 }
 
 void WorkerProcess::Start() {
+  const StartGuard guard;
   const Pipe input = MakePipe(/*isReaderInherited=*/true);
   const Pipe output = MakePipe(/*isReaderInherited=*/false);
-  copy.RemoveStrays();
+  copy->RemoveStrays();
   process = std::make_unique<ChildProcess>(ChildProcess::Options{
-      .program = copy.Program(),
+      .program = copy->Program(),
       .commandLine = L"faults --worker",
-      .workingFolder = copy.Folder(),
-      .variables = {{Supervisor::kFolderVariable, copy.Folder().wstring()}},
+      .workingFolder = copy->Folder(),
+      .variables = {{Supervisor::kFolderVariable, copy->Folder().wstring()}},
       .input = input.reader,
       .output = output.writer});
   ::CloseHandle(input.reader);

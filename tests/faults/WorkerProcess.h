@@ -31,7 +31,7 @@ class WorkerProcess {
   /// Reads up to the line with the result; false when the process ended before it.
   [[nodiscard]] bool ReadResult(CaseResult* result, std::string* otherOutput);
 
-  ProgramCopy copy;
+  std::unique_ptr<ProgramCopy> copy;
   HANDLE toWorker = nullptr;
   HANDLE fromWorker = nullptr;
   std::unique_ptr<ChildProcess> process;
