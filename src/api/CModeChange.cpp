@@ -53,7 +53,7 @@ bool TakeOneShotSuppression() noexcept {
 }  // namespace
 
 CModeChange::~CModeChange() {
-  if (changeModeWindow != nullptr) ::PostMessageW(changeModeWindow, WM_CLOSE, 0, 0);
+  ChangeModeWindow::CloseMyWindow(changeModeWindow);
 }
 
 bool CModeChange::Initiallize() {

@@ -139,8 +139,7 @@ void CUpdatePcEnvironmentDialog::ShowText(const CWideString& text) const noexcep
 }
 
 void CUpdatePcEnvironmentDialog::CloseChangeModeWindow() noexcept {
-  const HWND closed = std::exchange(changeModeWindow, nullptr);
-  if (closed != nullptr) ::PostMessageW(closed, WM_CLOSE, 0, 0);
+  ChangeModeWindow::CloseMyWindow(std::exchange(changeModeWindow, nullptr));
 }
 
 INT_PTR CUpdatePcEnvironmentDialog::Close(std::int32_t endResult) noexcept {

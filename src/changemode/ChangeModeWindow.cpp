@@ -570,4 +570,9 @@ HWND CreateMyWindow(HINSTANCE module) {
                            0, nullptr, nullptr, module, nullptr);
 }
 
+void CloseMyWindow(HWND window) noexcept {
+  if (window == nullptr || ::PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) return;
+  ::DestroyWindow(window);
+}
+
 }  // namespace ChangeModeWindow

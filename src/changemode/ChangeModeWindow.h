@@ -15,4 +15,8 @@ namespace ChangeModeWindow {
 /// Makes a window on the calling thread; null on failure. It lives until WM_CLOSE.
 [[nodiscard]] HWND CreateMyWindow(HINSTANCE module);
 
+/// Has a window close as soon as its thread handles messages, or at once where Windows takes no
+/// message; null is allowed.
+void CloseMyWindow(HWND window) noexcept;
+
 }  // namespace ChangeModeWindow

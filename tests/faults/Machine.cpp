@@ -90,6 +90,9 @@ Machine::Machine(Interposition& interposition, MemoryBalance& memory, HMODULE li
 Machine::~Machine() {
   if (handle != nullptr) CloseHandle();
   ::DestroyWindow(hostWindow);
+  // Before their files go.
+  engines.clear();
+  driver.reset();
 }
 
 void Machine::Reset() {
