@@ -31,10 +31,7 @@ void CModeSettingItemListGroupTitle::OnHandlerFailed(UINT /*message*/) noexcept 
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
-  ::SendDlgItemMessageW(
-      Window(), IDC_GROUP_TITLE, WM_SETFONT,
-      reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont)),
-      TRUE);
+  SetControlFont(IDC_GROUP_TITLE, designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont));
   StretchBackground();
   CWideString displayName;
   if (!CModeChangeResource().GetSettingGroupName(groupName.c_str(), &displayName)) {
@@ -47,15 +44,13 @@ INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnDialogColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
+  return ControlColor(dc, designer.GetSettingItemListGroupTitleBackBrush());
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
   ::SetBkMode(dc, TRANSPARENT);
   if (::GetDlgCtrlID(control) == IDC_GROUP_TITLE) {
-    ::SetTextColor(dc, designer.GetSettingItemListGroupTitleTextColor());
+    ::SetTextColor(dc, CUIDesigner::GetSettingItemListGroupTitleTextColor());
   }
   return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
 }

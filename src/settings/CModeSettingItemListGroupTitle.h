@@ -8,7 +8,7 @@
 #include "trace/TraceLog.h"
 
 /// The title above the lines of one setting group.
-class CModeSettingItemListGroupTitle : public CDialogBase {
+class CModeSettingItemListGroupTitle final : public CDialogBase {
  public:
   /// `groupName`: the group's key name in the configuration.
   explicit CModeSettingItemListGroupTitle(CWideString groupName);

@@ -4,6 +4,7 @@
 #include <commctrl.h>
 
 #include <algorithm>
+#include <iterator>
 
 #include "config/CModeChangeConfig.h"
 #include "config/CModeChangeResource.h"
@@ -72,39 +73,6 @@ constexpr LPARAM PageSize(std::size_t valueCount) noexcept {
   constexpr LPARAM kPage = 10;
   return valueCount < kFewestForPages ? 1 : kPage;
 }
-
-bool CanHaveFocus(HWND window) noexcept {
-  return window != nullptr && ::IsWindowVisible(window) != FALSE &&
-         ::IsWindowEnabled(window) != FALSE;
-}
-
-/// Keeps the keyboard alive while controls of a line change: where the one with the focus goes
-/// away, the focus moves on, to the line's check box or else to the next control of the dialog.
-class FocusKeeper {
- public:
-  explicit FocusKeeper(HWND line) noexcept
-      : line(line), isInside(::IsChild(line, ::GetFocus()) != FALSE) {}
-  ~FocusKeeper() {
-    if (!isInside || !IsLost(::GetFocus())) return;
-    const HWND dialog = ::GetAncestor(line, GA_ROOT);
-    HWND next = ::GetDlgItem(line, IDC_SETTING_ITEM);
-    if (!CanHaveFocus(next)) next = ::GetNextDlgTabItem(dialog, next, FALSE);
-    if (!CanHaveFocus(next)) return;
-    ::SendMessageW(dialog, WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(next), TRUE);
-  }
-  FocusKeeper(const FocusKeeper&) = delete;
-  FocusKeeper& operator=(const FocusKeeper&) = delete;
-
- private:
-  /// Windows leaves the focus with nobody when it disables a control, and may give it to a parent
-  /// when it hides one; neither listens to the keyboard.
-  [[nodiscard]] bool IsLost(HWND focus) const noexcept {
-    return !CanHaveFocus(focus) || focus == line || ::IsChild(focus, line) != FALSE;
-  }
-
-  HWND line;
-  bool isInside;
-};
 
 }  // namespace
 
@@ -195,10 +163,7 @@ INT_PTR CModeSettingItemListLine::OnHScroll(HWND slider) const noexcept {
 }
 
 INT_PTR CModeSettingItemListLine::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(
-      designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
+  return ControlColor(dc, designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
 }
 
 void CModeSettingItemListLine::OnCheckSettingItem() {
@@ -245,9 +210,7 @@ void CModeSettingItemListLine::OnComboSettingItemValue() {
 
 void CModeSettingItemListLine::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    // Without a font of the designer's the control keeps the template's, not the system's.
-    const HFONT font = designer.GetModeSettingsDialogFont(use.font);
-    if (font != nullptr) Ask(use.control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 
@@ -271,8 +234,9 @@ bool CModeSettingItemListLine::LoadUsableSettingItemValueInformationList() {
   }
   // The count is the engine's word: nothing is reserved for it, and an engine that knows fewer
   // values than it promised ends the walk by failing.
+  CModeChangeResource resource;
   for (std::int32_t value = 0; value < valueCount; ++value) {
-    if (!LoadUsableSettingItemValue(static_cast<std::uint32_t>(value))) return false;
+    if (!LoadUsableSettingItemValue(static_cast<std::uint32_t>(value), &resource)) return false;
   }
   if (Kind() == SettingItemListLineKind::kNone) {
     return trace.WriteUInt(L"CModeSettingItemListLine::LoadUsableSettingItemValueInformationList",
@@ -281,7 +245,8 @@ bool CModeSettingItemListLine::LoadUsableSettingItemValueInformationList() {
   return true;
 }
 
-bool CModeSettingItemListLine::LoadUsableSettingItemValue(std::uint32_t value) {
+bool CModeSettingItemListLine::LoadUsableSettingItemValue(std::uint32_t value,
+                                                          CModeChangeResource* resource) {
   std::int32_t available = -1;
   if (!engine->GetINT32INformation(VELTO_ENGINE_INT32_VALUE_AVAILABLE, value, &available)) {
     return trace.WriteUInt(L"CModeSettingItemListLine::LoadUsableSettingItemValueInformationList",
@@ -294,7 +259,7 @@ bool CModeSettingItemListLine::LoadUsableSettingItemValue(std::uint32_t value) {
                            315, value);
   }
   CWideString displayName;
-  if (!CModeChangeResource().GetSettingItemStringResource(key.c_str(), &displayName)) {
+  if (!resource->GetSettingItemStringResource(key.c_str(), &displayName)) {
     return trace.Write(L"CModeSettingItemListLine::LoadUsableSettingItemValueInformationList", 320);
   }
   usableValues.push_back({value, displayName});
@@ -325,9 +290,7 @@ bool CModeSettingItemListLine::InitializeSettingItemListLineControl() {
   }
   ::SetDlgItemTextW(Window(), IDC_SETTING_ITEM, displayName.c_str());
   ::SetDlgItemTextW(Window(), IDC_LOCKED_ITEM_NAME, displayName.c_str());
-  // Neither shows it, but it is what they are called where the screen is read out.
-  ::SetDlgItemTextW(Window(), IDC_VALUE_SLIDER, displayName.c_str());
-  ::SetDlgItemTextW(Window(), IDC_VALUE_COMBO, displayName.c_str());
+  NameForScreenReaders(displayName);
 
   switch (Kind()) {
     case SettingItemListLineKind::kRadioPair:
@@ -342,6 +305,19 @@ bool CModeSettingItemListLine::InitializeSettingItemListLineControl() {
       return trace.WriteUInt(L"CModeSettingItemListLine::InitializeSettingItemListLineControl", 366,
                              UsableValueCount());
   }
+}
+
+void CModeSettingItemListLine::NameForScreenReaders(CWideString name) const {
+  // Neither control shows a text of its own, nor has it a label before it. The check box's mnemonic
+  // is to stay the check box's.
+  name.ReplaceAll(L"&", L"");
+  const auto text = reinterpret_cast<LPARAM>(name.c_str());
+  Ask(IDC_VALUE_SLIDER, WM_SETTEXT, 0, text);
+  // A combo box takes a text for that of its selection, so this goes past it. The one with the
+  // focus is the plain combo box inside.
+  ::DefWindowProcW(Control(IDC_VALUE_COMBO), WM_SETTEXT, 0, text);
+  ::DefWindowProcW(reinterpret_cast<HWND>(Ask(IDC_VALUE_COMBO, CBEM_GETCOMBOCONTROL)), WM_SETTEXT,
+                   0, text);
 }
 
 void CModeSettingItemListLine::ArrangeControls() const noexcept {
@@ -422,8 +398,8 @@ bool CModeSettingItemListLine::AdjustSettingItemListLineControlForCheckBoxSettin
   // A locked line shows none of these controls.
   if (locked) return true;
 
-  const FocusKeeper focus(Window());
   const bool checked = IsChecked(IDC_SETTING_ITEM);
+  if (!checked) HandFocusToCheckBox();
   switch (kind) {
     case SettingItemListLineKind::kRadioPair:
       Enable(IDC_FIRST_VALUE, checked);
@@ -444,7 +420,7 @@ bool CModeSettingItemListLine::AdjustSettingItemListLineControlForCheckBoxSettin
 }
 
 bool CModeSettingItemListLine::AdjustSettingItemListLineControlForLockedStatus() {
-  const FocusKeeper focus(Window());
+  if (locked) HandFocusToAnotherLine();
   const SettingItemListLineKind kind = Kind();
   for (const EditingControl& editing : kEditingControls) {
     const bool shown = !locked && editing.IsUsedBy(kind);
@@ -577,6 +553,31 @@ void CModeSettingItemListLine::SetSlider(std::uint32_t value) const noexcept {
                    [value](const UsableSettingItemValue& usable) { return usable.value == value; });
   const LPARAM position = found != usableValues.end() ? found - usableValues.begin() : 0;
   Ask(IDC_VALUE_SLIDER, TBM_SETPOS, TRUE, position);
+}
+
+void CModeSettingItemListLine::HandFocusToCheckBox() const noexcept {
+  const HWND checkBox = Control(IDC_SETTING_ITEM);
+  const HWND focus = ::GetFocus();
+  if (::IsChild(Window(), focus) == FALSE || focus == checkBox) return;
+  MoveFocus(checkBox);
+}
+
+void CModeSettingItemListLine::HandFocusToAnotherLine() const noexcept {
+  HWND next = ::GetFocus();
+  if (::IsChild(Window(), next) == FALSE) return;
+  const HWND dialog = ::GetAncestor(Window(), GA_ROOT);
+  // The line has fewer tab stops than controls: where that many steps don't leave it, there is
+  // nobody else.
+  for (std::size_t step = 0; step < std::size(kEditingControls); ++step) {
+    next = ::GetNextDlgTabItem(dialog, next, FALSE);
+    if (::IsChild(Window(), next) == FALSE) return MoveFocus(next);
+  }
+}
+
+void CModeSettingItemListLine::MoveFocus(HWND control) const noexcept {
+  // Not SetFocus: the dialog also has to know, for its default button.
+  ::SendMessageW(::GetAncestor(Window(), GA_ROOT), WM_NEXTDLGCTL, reinterpret_cast<WPARAM>(control),
+                 TRUE);
 }
 
 // --- What the list asks for ----------------------------------------------------------------------
@@ -769,8 +770,10 @@ bool CModeSettingItemListLine::SendLockSettingItemRequest(bool lock) {
                                  .lockedItemValues = lockedItemValues};
   COPYDATASTRUCT copyData{
       .dwData = LockSettingItemRequest::kCopyDataId, .cbData = sizeof(request), .lpData = &request};
+  sendingLockRequest = true;
   ::SendMessageW(list, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
                  reinterpret_cast<LPARAM>(&copyData));
+  sendingLockRequest = false;
   lockingOthers = lock;
   return true;
 }

@@ -14,6 +14,8 @@
 #include "settings/design/CUIDesigner.h"
 #include "trace/TraceLog.h"
 
+class CModeChangeResource;
+
 /// One row of the setting item list: shows which value the selected mode gives to a setting item
 /// and lets the user choose another.
 ///
@@ -22,7 +24,7 @@
 ///
 /// Every operation returns true on success, and on failure traces and returns false. An operation
 /// may throw std::bad_alloc.
-class CModeSettingItemListLine : public CDialogBase {
+class CModeSettingItemListLine final : public CDialogBase {
  public:
   CModeSettingItemListLine();
 
@@ -45,6 +47,8 @@ class CModeSettingItemListLine : public CDialogBase {
 
   /// Holds the item at the value, or releases it; a released item keeps the value.
   bool LockThisSettingItem(bool lock, std::uint32_t value, const wchar_t* lockingItemName);
+  /// True while the list has a lock request of this line.
+  [[nodiscard]] bool IsSendingLockSettingItemRequest() const noexcept { return sendingLockRequest; }
 
  private:
   INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -62,11 +66,12 @@ class CModeSettingItemListLine : public CDialogBase {
   void SetControlFonts() const noexcept;
   /// Asks the engine which values there are, and what they are called.
   bool LoadUsableSettingItemValueInformationList();
-  bool LoadUsableSettingItemValue(std::uint32_t value);
+  bool LoadUsableSettingItemValue(std::uint32_t value, CModeChangeResource* resource);
   bool LoadLockRule();
 
   // What does not change while the line lives: places, names and the values to choose from.
   bool InitializeSettingItemListLineControl();
+  void NameForScreenReaders(CWideString name) const;
   void ArrangeControls() const noexcept;
   void InitializeRadioPair() const noexcept;
   void InitializeComboBox() const noexcept;
@@ -82,6 +87,12 @@ class CModeSettingItemListLine : public CDialogBase {
   void SetRadioPair(std::uint32_t value) const noexcept;
   bool SetComboBox(std::uint32_t value);
   void SetSlider(std::uint32_t value) const noexcept;
+
+  // The keyboard would be lost with the control that has the focus and is hidden or disabled, so
+  // the focus moves on before.
+  void HandFocusToCheckBox() const noexcept;
+  void HandFocusToAnotherLine() const noexcept;
+  void MoveFocus(HWND control) const noexcept;
 
   /// Locks other items while this one has its locking value, and releases them afterwards.
   bool AdjustOtherSettingItemStatusForCurrentSettingItemValue();
@@ -125,5 +136,6 @@ class CModeSettingItemListLine : public CDialogBase {
   std::vector<CWideString> lockedItemNames;
   std::vector<std::uint32_t> lockedItemValues;
   bool lockingOthers = false;
+  bool sendingLockRequest = false;
   TraceLog trace;
 };

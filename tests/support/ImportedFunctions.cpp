@@ -158,6 +158,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("GetWindowTextW", "ppu"),
     Works("GetWindowThreadProcessId", "pp"),
     Works("InflateRect", "puu"),
+    Works("InSendMessageEx", "p"),
     Works("InvalidateRect", "ppu"),
     Works("IsChild", "pp"),
     Works("IsDialogMessageW", "pp"),
