@@ -11,6 +11,7 @@
 #include "changemode/ChangeModeWindow.h"
 #include "common/CUniqueHandle.h"
 #include "common/ModuleHelpers.h"
+#include "common/TellRequester.h"
 #include "config/CModeChangeConfig.h"
 #include "config/CModeChangeResource.h"
 #include "config/CModeChangeSettings.h"
@@ -241,7 +242,7 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
         dialog.RunModal(IDD_ANNOUNCE_MODE_IS_CHANGED, window) ? dialog.EndCode() : kNeverCameUp;
     if (endCode == CAnnounceModeIsChangedDialog::kCancelled) {
       // The host can't tell this from a completed change; it finds the mode as it was.
-      if (window != nullptr) ::PostMessageW(window, message, VELTO_MODE_CHANGE_COMPLETED, 0);
+      if (window != nullptr) Common::TellRequester(window, message, VELTO_MODE_CHANGE_COMPLETED);
       return true;
     }
     if (endCode != CAnnounceModeIsChangedDialog::kConfirmed) {

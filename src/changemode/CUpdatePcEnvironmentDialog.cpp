@@ -112,7 +112,7 @@ INT_PTR CUpdatePcEnvironmentDialog::OnCompletionNotice(WPARAM changeResult) {
 
 INT_PTR CUpdatePcEnvironmentDialog::OnClose() noexcept {
   CloseChangeModeWindow();
-  ::EndDialog(Window(), result);
+  EndModal(result);
   return Handled();
 }
 
@@ -143,6 +143,6 @@ void CUpdatePcEnvironmentDialog::CloseChangeModeWindow() noexcept {
 
 INT_PTR CUpdatePcEnvironmentDialog::Close(std::int32_t endResult) noexcept {
   result = endResult;
-  ::PostMessageW(Window(), WM_CLOSE, 0, 0);
+  CloseLater();
   return TRUE;
 }

@@ -11,6 +11,7 @@
 #include "changemode/ChangeModeWindowData.h"
 #include "common/IsWindows8OrLater.h"
 #include "common/ReadForeignMemory.h"
+#include "common/TellRequester.h"
 #include "devices/CQTX05A9.h"
 #include "devices/CQtx05a9DllApplicationSwitchControl.h"
 #include "devices/IsSettingItemUsableInThisPC.h"
@@ -47,7 +48,7 @@ void EndChange(HWND window, WPARAM result) noexcept {
   const HWND notifyWindow = data->notifyWindow;
   const UINT notifyMessage = data->notifyMessage;
   data->Reset();
-  if (notifyWindow != nullptr && ::PostMessageW(notifyWindow, notifyMessage, result, 0) == FALSE) {
+  if (notifyWindow != nullptr && !Common::TellRequester(notifyWindow, notifyMessage, result)) {
     TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::EndChange", 205);
   }
 }
@@ -541,6 +542,7 @@ LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
             return true;
           })) {
         EndChange(window, kChangeFailed);
+        TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 646);
       }
       return 0;
     default:

@@ -165,7 +165,7 @@ bool Campaign::IsTimeOver() const {
 void Campaign::Done(const Work& work, const CaseResult& result, std::uint64_t milliseconds) {
   const ExclusiveLock guard(lock);
   Totals& total = totals[work.faultCase.operation];
-  total.calls = std::max(total.calls, result.calls);
+  if (work.isCounting) total.calls = result.calls;
   if (!work.isCounting) ++total.cases;
   total.injections += result.injected;
   total.milliseconds += milliseconds;

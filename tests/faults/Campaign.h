@@ -32,7 +32,7 @@ class Campaign {
 
  private:
   struct Totals {
-    std::uint64_t calls = 0;       // fallible ones of the operation, at the most
+    std::uint64_t calls = 0;       // fallible ones of the operation when nothing fails
     std::uint64_t cases = 0;
     std::uint64_t injections = 0;
     std::uint64_t failures = 0;

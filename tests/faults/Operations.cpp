@@ -44,6 +44,10 @@ std::map<std::string, std::set<std::string>> Both(
   return first;
 }
 
+// A request that can't be read names nobody to be told; a host that can't be reached can't be told.
+const std::map<std::string, std::set<std::string>> kUntold = {
+    {"ReadProcessMemory", {"TRUE, told nothing"}}, {"SendNotifyMessageW", {"TRUE, told nothing"}}};
+
 std::string Answer(BOOL result) {
   return result != FALSE ? kTrue : kFalse;
 }
@@ -239,6 +243,7 @@ Operation ChangeMode(const Change& change) {
               },
           .act = [change](Machine& machine) { return Request(machine, 0, change.status); },
           .alternatives = {"FALSE, told nothing", "TRUE, told 0"},
+          .alternativesWhere = kUntold,
           .isChange = true,
           .alsoLeaves = change.alsoLeaves};
 }
@@ -411,7 +416,10 @@ std::vector<Operation> AllOperations() {
                                  {"Status.ini [NormalEnvironment] Fan", {"-1", "0", "2"}},
                                  {"Status.ini [NormalEnvironment] Sound", {"-1", "0", "3"}}}}),
       ChangeMode({.name = "change-on-again",
-                  .prepare = [](Machine& machine) { machine.WriteStatus(kEcoOn); }}),
+                  .prepare = [](Machine& machine) { machine.WriteStatus(kEcoOn); },
+                  // The mode that was on is recorded as off before the new one as on.
+                  .alsoLeaves = Both(kEcoDevices,
+                                     {{"Status.ini [CurrentModeStatus] Eco", {"0"}}})}),
       ChangeMode({.name = "change-on-new-machine",
                   .prepare =
                       [](Machine& machine) {

@@ -55,7 +55,8 @@ class Worker {
   void CheckTraces(const Operation& operation, const Outcome& outcome,
                    const Interposition::Forced& forced, bool onwards);
   void CheckState(const Operation& operation, const Baseline& baseline, const MachineState& after);
-  void CheckAgain(const Operation& operation, const Baseline& baseline);
+  void CheckAgain(const Operation& operation, const Baseline& baseline,
+                  const Interposition::Forced& forced);
   void CheckBalance(std::uint64_t then);
 
   void Report(const std::string& problem) { problems.push_back(problem); }
