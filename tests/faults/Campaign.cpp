@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <iomanip>
 #include <random>
+#include <sstream>
 
 #include "faults/Operation.h"
 #include "faults/WorkerProcess.h"
@@ -43,7 +45,9 @@ int Campaign::Run() {
     PlanCases();
   }
   RunPlan();
-  PrintSummary();
+  const std::string summary = Summary();
+  std::fputs(summary.c_str(), stdout);
+  if (!options.report.empty()) std::ofstream(options.report, std::ios::binary) << summary;
   return failedCases.empty() ? 0 : 1;
 }
 
@@ -168,7 +172,7 @@ void Campaign::Done(const Work& work, const CaseResult& result, std::uint64_t mi
   if (work.isCounting) total.calls = result.calls;
   if (!work.isCounting) ++total.cases;
   total.injections += result.injected;
-  total.milliseconds += milliseconds;
+  if (!work.isCounting) total.milliseconds += milliseconds;
   if (!result.function.empty()) total.functions.insert(result.function);
   if (options.verbose && !work.isCounting) {
     std::printf("%s: %s, %llu calls\n", work.faultCase.Name().c_str(),
@@ -184,33 +188,32 @@ void Campaign::Done(const Work& work, const CaseResult& result, std::uint64_t mi
   std::fflush(stdout);
 }
 
-void Campaign::PrintSummary() const {
+std::string Campaign::Summary() const {
+  std::ostringstream text;
+  const auto row = [&text](const std::string& name, const auto&... cells) {
+    text << std::left << std::setw(32) << name << std::right;
+    ((text << ' ' << std::setw(10) << cells), ...);
+    text << '\n';
+  };
+  text << '\n';
+  row("operation", "calls", "cases", "injections", "failures", "ms/case");
   Totals sum;
-  std::printf("\n%-32s %8s %8s %11s %8s %6s\n", "operation", "calls", "cases", "injections",
-              "failures", "ms/run");
   for (const std::string& name : operationNames) {
     const auto found = totals.find(name);
     if (found == totals.end()) continue;
     const Totals& total = found->second;
-    std::printf("%-32s %8llu %8llu %11llu %8llu %6.1f\n", name.c_str(),
-                static_cast<unsigned long long>(total.calls),
-                static_cast<unsigned long long>(total.cases),
-                static_cast<unsigned long long>(total.injections),
-                static_cast<unsigned long long>(total.failures),
-                static_cast<double>(total.milliseconds) /
-                    static_cast<double>(std::max<std::uint64_t>(total.cases, 1)));
+    row(name, total.calls, total.cases, total.injections, total.failures,
+        total.cases > 0 ? total.milliseconds / total.cases : 0);
     sum.calls += total.calls;
     sum.cases += total.cases;
     sum.injections += total.injections;
-    sum.failures += total.failures;
     sum.functions.insert(total.functions.begin(), total.functions.end());
   }
-  const double seconds = static_cast<double>(::GetTickCount64() - started) / 1000;
-  std::printf("\nfaults: %zu operations, %llu fallible calls of %zu functions, %llu cases",
-              operationNames.size(), static_cast<unsigned long long>(sum.calls),
-              sum.functions.size(), static_cast<unsigned long long>(sum.cases));
-  if (leftOut > 0) std::printf(" of %llu", static_cast<unsigned long long>(sum.cases + leftOut));
-  std::printf(", %llu injections, %zu failures, %.0f s, seed %u\n",
-              static_cast<unsigned long long>(sum.injections), failedCases.size(), seconds,
-              options.seed);
+  text << "\nfaults: " << operationNames.size() << " operations, " << sum.calls
+       << " fallible calls, " << sum.cases << " cases";
+  if (leftOut > 0) text << " of " << sum.cases + leftOut;
+  text << ", " << sum.injections << " injections into " << sum.functions.size() << " functions, "
+       << failedCases.size() << " failures; " << (::GetTickCount64() - started) / 1000
+       << " s, seed " << options.seed << '\n';
+  return text.str();
 }

@@ -22,6 +22,7 @@ class Campaign {
     std::uint32_t jobs = 2;
     std::string only;           // a case, or an operation
     std::string regressions;    // a file with cases
+    std::string report;         // a file that gets the summary too
     bool verbose = false;
   };
 
@@ -56,7 +57,7 @@ class Campaign {
   void RunWorker();
   [[nodiscard]] bool Next(Work* work);
   void Done(const Work& work, const CaseResult& result, std::uint64_t milliseconds);
-  void PrintSummary() const;
+  [[nodiscard]] std::string Summary() const;
   [[nodiscard]] bool IsTimeOver() const;
 
   Options options;

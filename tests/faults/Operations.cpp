@@ -239,12 +239,15 @@ Operation ChangeMode(const Change& change) {
           .prepare =
               [change](Machine& machine) {
                 OpenOn(change.mode)(machine);
+                // Where a setting can't be read the user is asked.
+                machine.user.Plan({}, IDC_OK_BUTTON);
                 change.prepare(machine);
               },
           .act = [change](Machine& machine) { return Request(machine, 0, change.status); },
           .alternatives = {"FALSE, told nothing", "TRUE, told 0"},
           .alternativesWhere = kUntold,
           .isChange = true,
+          .prepareAgain = [](Machine& machine) { machine.user.Plan({}, IDC_OK_BUTTON); },
           .alsoLeaves = change.alsoLeaves};
 }
 
@@ -279,7 +282,6 @@ Operation SuppressOnce() {
   const auto suppress = [](Machine& machine) {
     machine.WriteSettings(kAsked);
     machine.SuppressConfirmationOnce(1);
-    // Where the registry can't be read the user is asked.
     machine.user.Plan({}, IDC_OK_BUTTON);
   };
   Operation operation = ChangeMode({.name = "change-once-unasked", .prepare = suppress});
@@ -295,7 +297,7 @@ Operation Progress(const char* name, UINT status) {
           .prepare =
               [status](Machine& machine) {
                 if (status == 0) machine.WriteStatus(kEcoOn);
-                machine.user.Plan({}, 0);
+                machine.user.Plan({}, User::kNoButton);
               },
           .act =
               [status](Machine& machine) {
@@ -309,7 +311,7 @@ Operation Progress(const char* name, UINT status) {
                 });
               },
           .alternatives = {"FALSE 12", "FALSE 100", "not shown"},
-          .prepareAgain = [](Machine& machine) { machine.user.Plan({}, 0); },
+          .prepareAgain = [](Machine& machine) { machine.user.Plan({}, User::kNoButton); },
           .alsoLeaves = kEcoDevices};
 }
 
@@ -426,7 +428,6 @@ std::vector<Operation> AllOperations() {
                         machine.RemoveDataFolder();
                         // Without a file the defaults say that the user is asked.
                         machine.SuppressConfirmationOnce(1);
-                        machine.user.Plan({}, IDC_OK_BUTTON);
                       }}),
       ChangeMode({.name = "change-flight-on-windows-7",
                   .mode = Machine::kFlight,

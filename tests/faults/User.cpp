@@ -67,6 +67,8 @@ void User::Plan(std::vector<Step> newSteps, int closingButton) {
 }
 
 void User::OnIdle(HWND dialog) {
+  // A dialog that ends by itself is only waited for.
+  if (steps.empty() && closingControl == kNoButton) return;
   // Whatever is done, the dialog is to come back when it has nothing to do again.
   ::PostMessageW(dialog, WM_NULL, 0, 0);
   if (!steps.empty()) {

@@ -22,7 +22,10 @@ class User {
 
   explicit User(Interposition& interposition) : interposition(interposition) {}
 
-  /// What to do with the next dialogs, and the button that closes them in the end.
+  static constexpr int kNoButton = 0;
+
+  /// What to do with the next dialogs, and the button that closes them in the end; kNoButton for a
+  /// dialog that the user can't close.
   void Plan(std::vector<Step> newSteps, int closingButton);
 
   /// Is told by the dialog's owner (WM_ENTERIDLE).
@@ -49,7 +52,7 @@ class User {
 
   Interposition& interposition;
   std::deque<Step> steps;
-  int closingControl = 0;
+  int closingControl = kNoButton;
   int closingTries = 0;
   int quietTicks = 0;
   std::uint64_t callsAtLastTick = 0;
