@@ -53,8 +53,26 @@ bool TakeOneShotSuppression() noexcept {
 
 }  // namespace
 
+CModeChange::CCall::CCall(CModeChange& object) noexcept : object(object) {
+  ++object.callCount;
+}
+
+CModeChange::CCall::~CCall() {
+  if (--object.callCount == 0 && object.isDeleted) delete &object;
+}
+
 CModeChange::~CModeChange() {
-  ChangeModeWindow::CloseMyWindow(changeModeWindow);
+  CloseWindow();
+}
+
+void CModeChange::Delete(CModeChange* object) noexcept {
+  if (object == nullptr) return;
+  if (object->callCount == 0) {
+    delete object;
+    return;
+  }
+  object->isDeleted = true;
+  object->CloseWindow();
 }
 
 bool CModeChange::Initiallize() {
@@ -250,6 +268,8 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
     }
   }
 
+  // An engine that the confirmation asked, or the host while it stood, may have deleted the handle.
+  if (changeModeWindow == nullptr) return trace.Write(L"CModeChange::RequestToChangeMode", 924);
   ChangeModeRequest request{window, message, keyName.c_str(), status};
   COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
   ::SendMessageW(changeModeWindow, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
@@ -287,4 +307,8 @@ bool CModeChange::PinDLL() const {
     return trace.WriteTextUInt(L"CModeChange::PinDLL", 960, path.data(), error);
   }
   return true;
+}
+
+void CModeChange::CloseWindow() noexcept {
+  ChangeModeWindow::CloseMyWindow(std::exchange(changeModeWindow, nullptr));
 }
