@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "changemode/CAnnounceModeIsChangedDialog.h"
-#include "changemode/ChangeModeRequest.h"
 #include "changemode/ChangeModeWindow.h"
 #include "common/CUniqueHandle.h"
 #include "common/ModuleHelpers.h"
@@ -270,9 +269,13 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
 
   // An engine that the confirmation asked, or the host while it stood, may have deleted the handle.
   if (changeModeWindow == nullptr) return trace.Write(L"CModeChange::RequestToChangeMode", 924);
-  ChangeModeRequest request{window, message, keyName.c_str(), status};
-  COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
-  ::SendMessageW(changeModeWindow, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
+  const bool isTaken =
+      ChangeModeWindow::Request(changeModeWindow, {window, message, keyName.c_str(), status});
+  // A handle that was deleted meanwhile reports no more.
+  if (!isTaken && changeModeWindow != nullptr) {
+    if (window != nullptr) Common::TellRequester(window, message, VELTO_MODE_CHANGE_FAILED);
+    trace.Write(L"CModeChange::RequestToChangeMode", 935);
+  }
   return true;
 }
 

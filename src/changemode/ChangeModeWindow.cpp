@@ -360,13 +360,11 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
     }
   } catch (const std::bad_alloc&) {
     // The request is good, and its requester waits to be told how the change ended.
-    data->notifyWindow = request.notifyWindow;
-    data->notifyMessage = request.notifyMessage;
+    data->TakeRequester(request);
     throw;
   }
 
-  data->notifyWindow = request.notifyWindow;
-  data->notifyMessage = request.notifyMessage;
+  data->TakeRequester(request);
   data->itemIndex = 0;
   data->newModeName = modeName;
   data->newModeStatus = request.modeStatus;
@@ -581,6 +579,16 @@ HWND CreateMyWindow(HINSTANCE module) {
   }
   return ::CreateWindowExW(0, kClassName, L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT,
                            0, nullptr, nullptr, module, nullptr);
+}
+
+bool Request(HWND window, ChangeModeRequest request) noexcept {
+  const ChangeModeWindowData* data = GetData(window);
+  const UINT takenBefore = data != nullptr ? data->takenRequests : 0;
+  COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
+  // The message's result does not tell: a window that refuses a request has handled the message.
+  ::SendMessageW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
+  data = GetData(window);
+  return data != nullptr && data->takenRequests != takenBefore;
 }
 
 void CloseMyWindow(HWND window) noexcept {

@@ -3,8 +3,13 @@
 namespace Common {
 
 bool TellRequester(HWND window, UINT message, WPARAM result) noexcept {
-  return ::PostMessageW(window, message, result, 0) != FALSE ||
-         ::SendNotifyMessageW(window, message, result, 0) != FALSE;
+  if (::PostMessageW(window, message, result, 0) != FALSE) return true;
+  if (::GetWindowThreadProcessId(window, nullptr) != ::GetCurrentThreadId()) {
+    return ::SendNotifyMessageW(window, message, result, 0) != FALSE;
+  }
+  // A call of its procedure, which takes no queue.
+  ::SendMessageW(window, message, result, 0);
+  return true;
 }
 
 }  // namespace Common
