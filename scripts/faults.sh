@@ -4,7 +4,7 @@
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
 # Of these, with the cases that ever failed, the default run takes less than two minutes.
-readonly subset_seconds=90
+readonly subset_seconds=75
 
 usage() {
   cat <<'TEXT'
@@ -21,7 +21,7 @@ failing, and looks at what comes of it. docs/reliability.md tells more.
 Without options: a part of all cases, chosen by a seed, within two minutes, and all
 cases that ever failed (tests/faults/regressions.txt).
 
-  --all    all cases; takes hours
+  --all    all cases; takes hours, and goes on where it was interrupted
   --only   one case, one call in both ways, or all cases of an operation
   --list   the operations
   --seed   chooses another part of the cases
@@ -37,7 +37,8 @@ fi
 
 arguments=(--jobs "$jobs" --report build/release/faults.txt)
 case " $* " in
-  *" --all "* | *" --only "* | *" --list "*) ;;
+  *" --all "*) arguments+=(--progress build/release/faults-progress.txt) ;;
+  *" --only "* | *" --list "*) ;;
   *) arguments+=(--seconds "$subset_seconds") ;;
 esac
 [[ " $* " == *" --only "* ]] || arguments+=(--regressions tests/faults/regressions.txt)
@@ -48,4 +49,5 @@ install_packages
 build release faults
 
 log "Making calls fail"
+export VELTO_SCREEN=none
 scripts/run-under-wine.sh build/release/tests/unit/faults.exe "${arguments[@]}" "$@"

@@ -6,9 +6,10 @@
 #include <iomanip>
 #include <random>
 #include <sstream>
+#include <utility>
 
 #include "faults/Operation.h"
-#include "faults/WorkerProcess.h"
+#include "support/Files.h"
 
 namespace {
 
@@ -23,8 +24,16 @@ class ExclusiveLock {
   SRWLOCK& lock;
 };
 
-// A call that no operation makes: such a case fails nothing and only counts.
-constexpr std::uint32_t kNoCall = 0xFFFFFFFF;
+/// Of the programs that a campaign is about: cases that another build passed say nothing.
+std::string DescribeBuild() {
+  std::ostringstream text;
+  for (const auto& program :
+       {Files::ProgramPath(), Files::ProgramPath().parent_path() / L"ModeChange.dll"}) {
+    text << std::filesystem::file_size(program) << ' '
+         << std::filesystem::last_write_time(program).time_since_epoch().count() << ' ';
+  }
+  return text.str();
+}
 
 // An operation that needs this many calls is not the one that was meant to be counted.
 constexpr std::uint32_t kMostCalls = 200'000;
@@ -39,6 +48,7 @@ int Campaign::Run() {
       return 64;
     }
   } else {
+    ReadProgress();
     PlanRegressions();
     PlanCounting();
     RunPlan();
@@ -48,6 +58,10 @@ int Campaign::Run() {
   const std::string summary = Summary();
   std::fputs(summary.c_str(), stdout);
   if (!options.report.empty()) std::ofstream(options.report, std::ios::binary) << summary;
+  if (progress.is_open() && leftOut == 0) {
+    progress.close();
+    std::filesystem::remove(options.progress);
+  }
   return failedCases.empty() ? 0 : 1;
 }
 
@@ -58,11 +72,8 @@ bool Campaign::PlanOnly() {
   bool both = false;
   const auto parsed = FaultCase::Parse(options.only, &both);
   if (parsed.has_value() && isKnown(parsed->operation)) {
-    plan.push_back({.faultCase = *parsed, .isMandatory = true});
-    if (both) {
-      plan.push_back({.faultCase = *parsed, .isMandatory = true});
-      plan.back().faultCase.onwards = true;
-    }
+    Plan(*parsed, /*isMandatory=*/true);
+    if (both) Plan({parsed->operation, parsed->call, true}, /*isMandatory=*/true);
     return true;
   }
   if (!isKnown(options.only)) return false;
@@ -87,29 +98,31 @@ void Campaign::PlanRegressions() {
       failedCases.push_back(line);
       continue;
     }
-    plan.push_back({.faultCase = *parsed, .isMandatory = true});
+    Plan(*parsed, /*isMandatory=*/true);
+    if (both) Plan({parsed->operation, parsed->call, true}, /*isMandatory=*/true);
   }
 }
 
 void Campaign::PlanCounting() {
   for (const std::string& name : operationNames) {
-    plan.push_back({.faultCase = {.operation = name, .call = kNoCall},
-                    .isCounting = true,
-                    .isMandatory = true});
+    Plan({.operation = name, .call = FaultCase::kNone}, /*isMandatory=*/true);
+    plan.back().isCounting = true;
   }
 }
 
 void Campaign::PlanCases() {
+  casesStarted = ::GetTickCount64();
   std::mt19937 random(options.seed);
   std::vector<Work> chosen;
   // Turns of one case for each operation: whenever time is over each had its share.
-  std::vector<std::vector<Work>> perOperation;
+  std::vector<std::vector<FaultCase>> perOperation;
   for (const std::string& name : operationNames) {
-    std::vector<Work> cases;
-    const auto calls = static_cast<std::uint32_t>(std::min<std::uint64_t>(totals[name].calls, kMostCalls));
+    std::vector<FaultCase> cases;
+    const auto calls =
+        static_cast<std::uint32_t>(std::min<std::uint64_t>(totals[name].calls, kMostCalls));
     for (std::uint32_t call = 1; call <= calls; ++call) {
       for (const bool onwards : {false, true}) {
-        cases.push_back({.faultCase = {.operation = name, .call = call, .onwards = onwards}});
+        cases.push_back({.operation = name, .call = call, .onwards = onwards});
       }
     }
     if (!options.all) std::shuffle(cases.begin(), cases.end(), random);
@@ -117,39 +130,92 @@ void Campaign::PlanCases() {
   }
   for (std::size_t turn = 0, left = 1; left > 0; ++turn) {
     left = 0;
-    for (const std::vector<Work>& cases : perOperation) {
+    for (const std::vector<FaultCase>& cases : perOperation) {
       if (turn >= cases.size()) continue;
-      plan.push_back(cases[turn]);
       ++left;
+      if (!passedEarlier.contains(cases[turn].Name())) Plan(cases[turn], /*isMandatory=*/false);
     }
   }
 }
 
-void Campaign::RunPlan() {
-  std::vector<HANDLE> threads;
-  const std::uint32_t count = std::min<std::uint32_t>(options.jobs, std::uint32_t{MAXIMUM_WAIT_OBJECTS});
-  for (std::uint32_t i = 0; i < count; ++i) {
-    threads.push_back(::CreateThread(nullptr, 0, &Campaign::RunWorker, this, 0, nullptr));
+void Campaign::Plan(const FaultCase& faultCase, bool isMandatory) {
+  plan.push_back({.faultCase = faultCase,
+                  .isMandatory = isMandatory,
+                  .worker = WorkerFor(faultCase.operation)});
+}
+
+void Campaign::ReadProgress() {
+  if (options.progress.empty()) return;
+  std::ifstream file(options.progress);
+  std::string line;
+  const bool isSameBuild = std::getline(file, line) && line == DescribeBuild();
+  while (isSameBuild && std::getline(file, line)) {
+    std::istringstream fields(line);
+    std::string name;
+    std::string function;
+    std::uint64_t injections = 0;
+    std::uint64_t milliseconds = 0;
+    bool both = false;
+    // The last line may have been cut off.
+    if (!(fields >> name >> injections >> milliseconds >> function)) continue;
+    const auto parsed = FaultCase::Parse(name, &both);
+    if (!parsed.has_value() || !passedEarlier.insert(name).second) continue;
+    Totals& total = totals[parsed->operation];
+    ++total.cases;
+    total.injections += injections;
+    total.milliseconds += milliseconds;
+    if (function != "-") total.functions.insert(function);
   }
-  ::WaitForMultipleObjects(count, threads.data(), TRUE, INFINITE);
-  for (HANDLE thread : threads) ::CloseHandle(thread);
+  file.close();
+  progress.open(options.progress,
+                isSameBuild ? std::ios::app | std::ios::binary : std::ios::binary);
+  progress << (isSameBuild ? "" : DescribeBuild()) << std::endl;
 }
 
-DWORD WINAPI Campaign::RunWorker(void* campaign) {
-  static_cast<Campaign*>(campaign)->RunWorker();
-  return 0;
+void Campaign::WriteProgress(const Work& work, const CaseResult& result,
+                             std::uint64_t milliseconds) {
+  if (!progress.is_open() || work.isCounting || !result.problems.empty()) return;
+  progress << work.faultCase.Name() << ' ' << result.injected << ' ' << milliseconds << ' '
+           << (result.function.empty() ? "-" : result.function) << std::endl;
 }
 
-void Campaign::RunWorker() {
-  WorkerProcess worker;
-  for (Work work; Next(&work);) {
+std::uint32_t Campaign::WorkerFor(const std::string& operation) const {
+  const auto found = std::find(operationNames.begin(), operationNames.end(), operation);
+  return static_cast<std::uint32_t>(found - operationNames.begin()) % options.jobs;
+}
+
+void Campaign::RunPlan() {
+  workers.resize(options.jobs);
+  std::vector<std::pair<Campaign*, std::uint32_t>> arguments;
+  for (std::uint32_t i = 0; i < options.jobs; ++i) arguments.emplace_back(this, i);
+  std::vector<HANDLE> threads;
+  for (auto& argument : arguments) {
+    threads.push_back(::CreateThread(
+        nullptr, 0,
+        [](void* parameter) -> DWORD {
+          const auto [campaign, worker] =
+              *static_cast<std::pair<Campaign*, std::uint32_t>*>(parameter);
+          campaign->RunWorker(worker);
+          return 0;
+        },
+        &argument, 0, nullptr));
+  }
+  for (HANDLE thread : threads) {
+    ::WaitForSingleObject(thread, INFINITE);
+    ::CloseHandle(thread);
+  }
+}
+
+void Campaign::RunWorker(std::uint32_t worker) {
+  if (workers[worker] == nullptr) workers[worker] = std::make_unique<WorkerProcess>();
+  for (Work work; Next(worker, &work);) {
     const ULONGLONG begun = ::GetTickCount64();
-    const CaseResult result = worker.Run(work.faultCase);
+    const CaseResult result = workers[worker]->Run(work.faultCase);
     Done(work, result, ::GetTickCount64() - begun);
   }
 }
 
-bool Campaign::Next(Work* work) {
+bool Campaign::Next(std::uint32_t worker, Work* work) {
   const ExclusiveLock guard(lock);
   if (plan.empty()) return false;
   if (IsTimeOver() && !plan.front().isMandatory) {
@@ -157,13 +223,16 @@ bool Campaign::Next(Work* work) {
     plan.clear();
     return false;
   }
-  *work = plan.front();
-  plan.pop_front();
+  auto next = std::find_if(plan.begin(), plan.end(),
+                           [worker](const Work& candidate) { return candidate.worker == worker; });
+  if (next == plan.end()) next = plan.begin();
+  *work = *next;
+  plan.erase(next);
   return true;
 }
 
 bool Campaign::IsTimeOver() const {
-  return options.seconds > 0 && ::GetTickCount64() - started > 1000ULL * options.seconds;
+  return options.seconds > 0 && ::GetTickCount64() - casesStarted > 1000ULL * options.seconds;
 }
 
 void Campaign::Done(const Work& work, const CaseResult& result, std::uint64_t milliseconds) {
@@ -179,6 +248,7 @@ void Campaign::Done(const Work& work, const CaseResult& result, std::uint64_t mi
                 result.injected > 0 ? result.function.c_str() : "nothing injected",
                 static_cast<unsigned long long>(result.calls));
   }
+  WriteProgress(work, result, milliseconds);
   if (result.problems.empty()) return;
   ++total.failures;
   failedCases.push_back(work.faultCase.Name());

@@ -15,7 +15,7 @@ std::optional<FaultCase> FaultCase::Parse(const std::string& name, bool* both) {
   const std::string number = name.substr(first + 1, second - first - 1);
   const auto [end, error] =
       std::from_chars(number.data(), number.data() + number.size(), parsed.call);
-  if (error != std::errc() || end != number.data() + number.size() || parsed.call == 0) {
+  if (error != std::errc() || end != number.data() + number.size()) {
     return std::nullopt;
   }
   const std::string mode = second == std::string::npos ? "" : name.substr(second + 1);

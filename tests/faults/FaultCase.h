@@ -6,6 +6,9 @@
 
 /// One run of one operation: which of its calls fails, and whether all after it do.
 struct FaultCase {
+  /// No call fails: asks only how many there are.
+  static constexpr std::uint32_t kNone = 0;
+
   std::string operation;
   std::uint32_t call = 1;
   bool onwards = false;

@@ -67,7 +67,8 @@ Machine::Machine(Interposition& interposition, MemoryBalance& memory, HMODULE li
   sandbox.MakeFolder(L"Engines");
   for (const Item& item : kItems) AddEngine(item.name, item.values);
   sandbox.MakeFolder(L"Driver");
-  driver = std::make_unique<ScriptedDriver>((sandbox.LibraryFolder() / L"Driver\\Keys.dll").wstring());
+  driver =
+      std::make_unique<ScriptedDriver>((sandbox.LibraryFolder() / L"Driver\\Keys.dll").wstring());
   WriteConfiguration();
   WriteTexts();
   WriteGermanTexts();
@@ -342,8 +343,7 @@ void Machine::WriteTexts() {
       .Key(L"Description", L"Settings will change.")
       .Key(L"DetailInformation_ModeStatus0",
            L"%MODE% goes off.\\n%CHENGED_SETTINGITEM_INFORMATION%")
-      .Key(L"DetailInformation_ModeStatus1",
-           L"%MODE% goes on.\\n%CHENGED_SETTINGITEM_INFORMATION%")
+      .Key(L"DetailInformation_ModeStatus1", L"%MODE% goes on.\\n%CHENGED_SETTINGITEM_INFORMATION%")
       .Key(L"DetailInformation_ChangedSettingItem", L"- %SETTINGITEM%: %SETTINGITEMVALUE%")
       .Key(L"DetailInformation_NoChangedSettingItem", L"%MODE% changes nothing.")
       .Key(L"NotShowThisDialog", L"Do not ask again")

@@ -17,7 +17,7 @@ constexpr int kWrongUsage = 64;
 void PrintUsage(std::FILE* stream) {
   std::fputs(
       "usage: faults [--all] [--seed S] [--seconds S] [--jobs J] [--regressions FILE]\n"
-      "              [--report FILE] [--verbose]\n"
+      "              [--report FILE] [--progress FILE] [--verbose]\n"
       "       faults --only OPERATION[:CALL[:once|:onward]]\n"
       "       faults --list\n",
       stream);
@@ -63,6 +63,7 @@ int wmain(int argc, wchar_t** argv) {
         (argument == "--seconds" && ReadNumber(value, &options.seconds)) ||
         (argument == "--jobs" && ReadNumber(value, &options.jobs) && options.jobs > 0) ||
         (argument == "--only" && !(options.only = value).empty()) ||
+        (argument == "--progress" && !(options.progress = value).empty()) ||
         (argument == "--report" && !(options.report = value).empty()) ||
         (argument == "--regressions" && !(options.regressions = value).empty());
     if (!isUnderstood) {

@@ -21,8 +21,6 @@ struct Operation {
 
   /// What else may come out where a call fails.
   std::set<std::string> alternatives = {};
-  /// What else may come out where one of these functions failed among others.
-  std::map<std::string, std::set<std::string>> alternativesWhere = {};
   /// Whether the host is told how it ended, in a message.
   bool isChange = false;
   /// Restores what another go takes.

@@ -44,10 +44,6 @@ std::map<std::string, std::set<std::string>> Both(
   return first;
 }
 
-// A request that can't be read names nobody to be told; a host that can't be reached can't be told.
-const std::map<std::string, std::set<std::string>> kUntold = {
-    {"ReadProcessMemory", {"TRUE, told nothing"}}, {"SendNotifyMessageW", {"TRUE, told nothing"}}};
-
 std::string Answer(BOOL result) {
   return result != FALSE ? kTrue : kFalse;
 }
@@ -92,13 +88,11 @@ Operation CreateOnNewThread() {
         [](void* parameter) -> DWORD {
           auto& [host, answer] = *static_cast<std::pair<Machine*, std::string>*>(parameter);
           VELTO_MODE_CHANGE_HANDLE created = nullptr;
-          answer = CallExport(*host, [&, &owner = *host] {
-            return Answer(owner.createHandle(&created));
-          });
+          answer = CallExport(*host,
+                              [&, &owner = *host] { return Answer(owner.createHandle(&created)); });
           if (created != nullptr) {
-            answer += CallExport(*host, [&, &owner = *host] {
-              return ", " + Answer(owner.deleteHandle(created));
-            });
+            answer += CallExport(
+                *host, [&, &owner = *host] { return ", " + Answer(owner.deleteHandle(created)); });
           }
           host->Pump();
           return 0;
@@ -139,8 +133,8 @@ Operation CountModes() {
           .prepare = OpenOn(Machine::kEco),
           .act = [](Machine& machine) {
             UINT count = 4711;
-            const std::string answer =
-                CallExport(machine, [&] { return Answer(machine.getModeCount(machine.handle, &count)); });
+            const std::string answer = CallExport(
+                machine, [&] { return Answer(machine.getModeCount(machine.handle, &count)); });
             if (answer != kTrue && count != 4711) machine.AddProblem("an output was touched");
             return answer + " " + std::to_string(count);
           }};
@@ -166,30 +160,30 @@ struct StringQuestion {
 };
 
 Operation AskString(const StringQuestion& question) {
-  return {.name = question.name,
-          .tracedBy = "VeltoModeChange_GetStringInformation",
-          .prepare =
-              [question](Machine& machine) {
-                machine.SetUserLocale(question.locale);
-                OpenOn(Machine::kDock)(machine);
-              },
-          .act =
-              [question](Machine& machine) {
-                std::array<wchar_t, 64> buffer;
-                buffer.fill(L'~');
-                UINT length = question.length;
-                const std::string answer = CallExport(machine, [&] {
-                  return Answer(machine.getStringInformation(machine.handle, question.identifier,
-                                                             question.subIndex, &length,
-                                                             buffer.data()));
-                });
-                if (answer == kTrue) return answer + " \"" + Text::ToUtf8(buffer.data()) + "\"";
-                if (length != question.length || buffer.front() != L'~' || buffer.back() != L'~') {
-                  machine.AddProblem("an output was touched");
-                }
-                return answer;
-              },
-          .alternatives = question.alternatives};
+  return {
+      .name = question.name,
+      .tracedBy = "VeltoModeChange_GetStringInformation",
+      .prepare =
+          [question](Machine& machine) {
+            machine.SetUserLocale(question.locale);
+            OpenOn(Machine::kDock)(machine);
+          },
+      .act =
+          [question](Machine& machine) {
+            std::array<wchar_t, 64> buffer;
+            buffer.fill(L'~');
+            UINT length = question.length;
+            const std::string answer = CallExport(machine, [&] {
+              return Answer(machine.getStringInformation(
+                  machine.handle, question.identifier, question.subIndex, &length, buffer.data()));
+            });
+            if (answer == kTrue) return answer + " \"" + Text::ToUtf8(buffer.data()) + "\"";
+            if (length != question.length || buffer.front() != L'~' || buffer.back() != L'~') {
+              machine.AddProblem("an output was touched");
+            }
+            return answer;
+          },
+      .alternatives = question.alternatives};
 }
 
 Operation AskNumber(const char* name, UINT identifier, std::set<std::string> alternatives) {
@@ -245,19 +239,19 @@ Operation ChangeMode(const Change& change) {
               },
           .act = [change](Machine& machine) { return Request(machine, 0, change.status); },
           .alternatives = {"FALSE, told nothing", "TRUE, told 0"},
-          .alternativesWhere = kUntold,
           .isChange = true,
           .prepareAgain = [](Machine& machine) { machine.user.Plan({}, IDC_OK_BUTTON); },
           .alsoLeaves = change.alsoLeaves};
 }
 
 Operation RequestOther(const char* name, UINT identifier, INT32 value) {
-  return {.name = name,
-          .tracedBy = "VeltoModeChange_RequestToSetINT32Information",
-          .prepare = OpenOn(Machine::kEco),
-          .act = [identifier, value](Machine& machine) { return Request(machine, identifier, value); },
-          .alternatives = {"FALSE, told nothing"},
-          .isChange = true};
+  return {
+      .name = name,
+      .tracedBy = "VeltoModeChange_RequestToSetINT32Information",
+      .prepare = OpenOn(Machine::kEco),
+      .act = [identifier, value](Machine& machine) { return Request(machine, identifier, value); },
+      .alternatives = {"FALSE, told nothing"},
+      .isChange = true};
 }
 
 Operation Confirm(const char* name, INT32 status, std::vector<User::Step> steps, int button,
@@ -305,7 +299,8 @@ Operation Progress(const char* name, UINT status) {
                   const std::int32_t result =
                       CUpdatePcEnvironmentDialog(L"Eco", status).Run(machine.hostWindow);
                   machine.Pump();
-                  if (result == CUpdatePcEnvironmentDialog::kNotShown) return std::string("not shown");
+                  if (result == CUpdatePcEnvironmentDialog::kNotShown)
+                    return std::string("not shown");
                   return (result == CUpdatePcEnvironmentDialog::kCompleted ? "TRUE " : "FALSE ") +
                          std::to_string(result);
                 });
@@ -325,7 +320,9 @@ struct Settings {
 };
 
 Operation ShowSettings(const Settings& settings) {
+  // What a mode change has done before something fails is undone here: the next one begins anew.
   const auto plan = [settings](Machine& machine) {
+    settings.prepare(machine);
     machine.user.Plan(settings.steps, settings.closingButton);
   };
   return {.name = settings.name,
@@ -333,7 +330,6 @@ Operation ShowSettings(const Settings& settings) {
           .prepare =
               [settings, plan](Machine& machine) {
                 OpenOn(settings.mode)(machine);
-                settings.prepare(machine);
                 plan(machine);
               },
           .act =
@@ -348,7 +344,7 @@ Operation ShowSettings(const Settings& settings) {
 }
 
 std::vector<User::Step> EditDock() {
-  return {User::PressInRow(0, IDC_SETTING_ITEM), User::PressInRow(0, IDC_FIRST_VALUE),
+  return {User::TickInRow(0, IDC_SETTING_ITEM), User::PressInRow(0, IDC_FIRST_VALUE),
           User::ChooseInCombo(1, 2), User::MoveSlider(2, 3)};
 }
 
@@ -417,11 +413,11 @@ std::vector<Operation> AllOperations() {
                   .alsoLeaves = {{"Status.ini [NormalEnvironment] Lamp", {"-1", "0", "1"}},
                                  {"Status.ini [NormalEnvironment] Fan", {"-1", "0", "2"}},
                                  {"Status.ini [NormalEnvironment] Sound", {"-1", "0", "3"}}}}),
-      ChangeMode({.name = "change-on-again",
-                  .prepare = [](Machine& machine) { machine.WriteStatus(kEcoOn); },
-                  // The mode that was on is recorded as off before the new one as on.
-                  .alsoLeaves = Both(kEcoDevices,
-                                     {{"Status.ini [CurrentModeStatus] Eco", {"0"}}})}),
+      ChangeMode(
+          {.name = "change-on-again",
+           .prepare = [](Machine& machine) { machine.WriteStatus(kEcoOn); },
+           // The mode that was on is recorded as off before the new one as on.
+           .alsoLeaves = Both(kEcoDevices, {{"Status.ini [CurrentModeStatus] Eco", {"0"}}})}),
       ChangeMode({.name = "change-on-new-machine",
                   .prepare =
                       [](Machine& machine) {
@@ -450,9 +446,8 @@ std::vector<Operation> AllOperations() {
 
       ShowSettings({.name = "settings-close"}),
       ShowSettings({.name = "settings-edit-cancel", .steps = EditDock()}),
-      ShowSettings({.name = "settings-edit-save",
-                    .steps = EditDock(),
-                    .closingButton = IDC_OK_BUTTON}),
+      ShowSettings(
+          {.name = "settings-edit-save", .steps = EditDock(), .closingButton = IDC_OK_BUTTON}),
       ShowSettings({.name = "settings-edit-apply",
                     .steps = Followed(EditDock(), {User::Press(IDC_APPLY_BUTTON)})}),
       ShowSettings({.name = "settings-restore-save",
@@ -484,6 +479,8 @@ std::vector<Operation> AllOperations() {
                           machine.engines.at(L"Lamp")->current = 1;
                           machine.engines.at(L"Fan")->current = 0;
                         },
-                    .alsoLeaves = Both(kEcoChoices, kEcoDevices)}),
+                    // It is switched off, saved, and switched on again.
+                    .alsoLeaves = Both(Both(kEcoChoices, kEcoDevices),
+                                       {{"Status.ini [CurrentModeStatus] Eco", {"0"}}})}),
   };
 }

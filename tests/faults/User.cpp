@@ -45,8 +45,8 @@ void Click(HWND button) {
 }
 
 void TellParent(HWND combo, WORD notification) {
-  ::SendMessageW(::GetParent(combo), WM_COMMAND,
-                 MAKEWPARAM(::GetDlgCtrlID(combo), notification), reinterpret_cast<LPARAM>(combo));
+  ::SendMessageW(::GetParent(combo), WM_COMMAND, MAKEWPARAM(::GetDlgCtrlID(combo), notification),
+                 reinterpret_cast<LPARAM>(combo));
 }
 
 bool IsDialog(HWND window) {
@@ -115,7 +115,8 @@ void User::EndDialogs(const std::string& problem) {
         ::PostMessageW(window, WM_NULL, 0, 0);
         return TRUE;
       },
-      reinterpret_cast<LPARAM>(std::make_unique<std::pair<User*, std::string>>(this, problem).get()));
+      reinterpret_cast<LPARAM>(
+          std::make_unique<std::pair<User*, std::string>>(this, problem).get()));
 }
 
 User::Step User::Press(int control) {
@@ -124,6 +125,13 @@ User::Step User::Press(int control) {
 
 User::Step User::PressInRow(std::size_t row, int control) {
   return [row, control](HWND dialog) { Click(FindInRow(dialog, row, control)); };
+}
+
+User::Step User::TickInRow(std::size_t row, int control) {
+  return [row, control](HWND dialog) {
+    const HWND box = FindInRow(dialog, row, control);
+    if (::SendMessageW(box, BM_GETCHECK, 0, 0) != BST_CHECKED) Click(box);
+  };
 }
 
 User::Step User::ChooseInCombo(std::size_t row, int item) {

@@ -42,6 +42,8 @@ class User {
   /// Presses a button of a dialog, or of one of its children.
   [[nodiscard]] static Step Press(int control);
   [[nodiscard]] static Step PressInRow(std::size_t row, int control);
+  /// Ticks a check box, unless it is ticked.
+  [[nodiscard]] static Step TickInRow(std::size_t row, int control);
   [[nodiscard]] static Step ChooseInCombo(std::size_t row, int item);
   [[nodiscard]] static Step MoveSlider(std::size_t row, int position);
   [[nodiscard]] static Step SelectMode(int item);

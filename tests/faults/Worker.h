@@ -32,12 +32,16 @@ class Worker {
  public:
   Worker();
 
+  /// Ends the process when the case takes too long.
   [[nodiscard]] CaseResult Run(const FaultCase& faultCase);
 
  private:
+  [[nodiscard]] CaseResult RunCase(const FaultCase& faultCase);
+
   /// What an operation does when nothing fails.
   struct Baseline {
     std::string outcome;
+    std::uint64_t calls = 0;  // fallible ones
     MachineState before;
     MachineState after;
   };

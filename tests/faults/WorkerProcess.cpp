@@ -102,13 +102,13 @@ void WorkerProcess::Start() {
   const Pipe input = MakePipe(/*isReaderInherited=*/true);
   const Pipe output = MakePipe(/*isReaderInherited=*/false);
   copy->RemoveStrays();
-  process = std::make_unique<ChildProcess>(ChildProcess::Options{
-      .program = copy->Program(),
-      .commandLine = L"faults --worker",
-      .workingFolder = copy->Folder(),
-      .variables = {{Supervisor::kFolderVariable, copy->Folder().wstring()}},
-      .input = input.reader,
-      .output = output.writer});
+  process = std::make_unique<ChildProcess>(
+      ChildProcess::Options{.program = copy->Program(),
+                            .commandLine = L"faults --worker",
+                            .workingFolder = copy->Folder(),
+                            .variables = {{Supervisor::kFolderVariable, copy->Folder().wstring()}},
+                            .input = input.reader,
+                            .output = output.writer});
   ::CloseHandle(input.reader);
   ::CloseHandle(output.writer);
   toWorker = input.writer;

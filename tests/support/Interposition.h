@@ -92,7 +92,7 @@ class Interposition final : private ImportHook {
   /// What FailAny has made fail since it was last called.
   struct Forced {
     std::uint64_t count = 0;
-    std::string first;           // the function of the n-th call
+    std::string first;  // the function of the n-th call
     std::set<std::string> all;
   };
   [[nodiscard]] Forced ForcedCalls() const;

@@ -4,8 +4,8 @@
 
 MemoryBalance::MemoryBalance(Interposition& interposition) {
   if (interposition.Imports("malloc")) {
-    interposition.Observe("malloc",
-                          [this](const Call& call) { Take("malloc", call.result, call.arguments[0]); });
+    interposition.Observe(
+        "malloc", [this](const Call& call) { Take("malloc", call.result, call.arguments[0]); });
   }
   if (interposition.Imports("calloc")) {
     interposition.Observe("calloc", [this](const Call& call) {
