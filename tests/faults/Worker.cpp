@@ -13,7 +13,7 @@ namespace {
 constexpr int kWarmUps = 3;
 
 // For several runs of an operation, on a machine with other things to do.
-constexpr std::uint32_t kPatienceInSeconds = 60;
+constexpr std::uint32_t kPatienceInSeconds = 240;
 constexpr std::uint32_t kPatienceBetweenCasesInSeconds = 24 * 60 * 60;
 
 const std::vector<std::string>& TraceFunctions() {
