@@ -81,6 +81,9 @@ class TraceCapture {
   /// For events that the test makes itself: they are no failure points of the library.
   void LeaveOutOfCoverage() noexcept { isCoverage = false; }
 
+  /// Forgets the events and the registrations that ended, for programs that see millions of them.
+  void DropHistory();
+
   /// What Windows answers from now on; ERROR_SUCCESS accepts again. Events are captured even where
   /// their write is answered with an error.
   void AnswerRegistrations(ULONG error) noexcept { registrationAnswer = error; }
@@ -97,6 +100,7 @@ class TraceCapture {
   std::size_t takenEvents = 0;
   std::vector<Registration> registrations;
   std::map<REGHANDLE, GUID> open;
+  REGHANDLE lastRegistration = 0;
   std::size_t misuses = 0;
   bool isCoverage = true;
   ULONG registrationAnswer = ERROR_SUCCESS;
