@@ -70,6 +70,10 @@ class TraceCapture {
   /// All events, taken or not.
   [[nodiscard]] const std::vector<TraceEvent>& Events() const noexcept { return events; }
 
+  /// Forgets what there was, taken or not: millions of events would take too much memory. What is
+  /// open stays open.
+  void Forget() noexcept;
+
   /// All registrations that there were, and how many of them are left.
   [[nodiscard]] const std::vector<Registration>& Registrations() const noexcept {
     return registrations;
@@ -96,6 +100,7 @@ class TraceCapture {
   std::vector<TraceEvent> events;
   std::size_t takenEvents = 0;
   std::vector<Registration> registrations;
+  REGHANDLE lastRegistration = 0;
   std::map<REGHANDLE, GUID> open;
   std::size_t misuses = 0;
   bool isCoverage = true;
