@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Checks the project's files for what .editorconfig asks for and for marks of unfinished work.
+"""Checks the project's files for what .editorconfig asks for, marks of unfinished work, dead links.
 
 Names each fault as "file:line: fault" and exits with 1 if there is any.
 """
@@ -18,6 +18,9 @@ UTF16_MARK = b"\xff\xfe"
 
 # Written so that this file does not hold them itself.
 UNFINISHED = re.compile(r"\b(TO[D]O|FIX[M]E|X[X]X|HA[C]K)\b|DISABLE[D]_|GTEST_SKI[P]")
+
+# To a file of the project, or a picture of it, with or without a place in there.
+LINK = re.compile(r"\]\((?!\w+:|#)([^)\s#]+)")
 
 
 def project_files(root):
@@ -72,12 +75,23 @@ def check_lines(text, may_have_tabs):
     return faults
 
 
+def check_links(path, text):
+    return [
+        (number, f"no such file: {target}")
+        for number, line in enumerate(text.split("\n"), 1)
+        for target in LINK.findall(line)
+        if not (path.parent / target).exists()
+    ]
+
+
 def check_file(path):
     """Returns the file's faults as [(line, fault), ...]."""
     content = path.read_bytes()
     faults, text = check_ini(content) if path.suffix == ".ini" else check_plain(content)
     if text is not None:
         faults += check_lines(text, path.suffix in WITH_TABS)
+        if path.suffix == ".md":
+            faults += check_links(path, text)
     return sorted(faults)
 
 

@@ -2,6 +2,7 @@
 # Switches the modes of the sample notebook, and shows what that does to the devices.
 
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
+. scripts/pictures.sh
 
 usage() {
   cat <<'TEXT'
@@ -40,48 +41,26 @@ pictures=build/screenshots
 export VELTO_WINE_FOLDER=$demo/wine VELTO_WINDOWS=win10 VELTO_LOCALE=en_US.UTF-8
 data_folder=$VELTO_WINE_FOLDER/win10/drive_c/ProgramData/Brivane
 status_file=$data_folder/Kestrola/ModeChange.Status.ini
-engines=(KeyboardRepeatDelay PointerSpeed PowerScheme ScreenSaver VisualEffects)
 
-# The dialog belongs on a screen of its own, not on yours.
-unset DISPLAY
-
-run() { scripts/run-under-wine.sh "$@"; }
 modectl() { run "$machine/modectl.exe" "$@"; }
 read_devices() { run "$demo/devicestate.exe" "$@" | tr -d '\r'; }
 
 # --- The notebook ---------------------------------------------------------------------------------
 
 lay_out() {
-  local engine
   log "Laying out the sample notebook in $machine"
-  rm -rf "$machine"
-  mkdir -p "$machine/Engines"
-  cp -r samples/config/. "$machine"
-  cp build/release/bin/{ModeChange.dll,modectl.exe,showmodes.exe} "$machine"
-  for engine in "${engines[@]}"; do
-    cp "build/release/bin/Engines/$engine.dll" "$machine/Engines"
-  done
+  lay_out_notebook "$machine"
+  cp build/release/bin/showmodes.exe "$machine"
   cp build/release/bin/devicestate.exe "$demo"
   find "$machine" -type f | sort
 }
 
-# Windows' own frames around windows, and fonts in place of Windows' fonts for the user interface.
-prepare_screen() {
-  local wine='HKCU\Software\Wine' font
-  run reg add "$wine\\X11 Driver" /v Managed /d N /f
-  run reg add "$wine\\Fonts\\Replacements" /v Tahoma /d "Liberation Sans" /f
-  for font in "MS UI Gothic" "MS PGothic"; do
-    run reg add "$wine\\Fonts\\Replacements" /v "$font" /d "VL PGothic" /f
-  done
-} >/dev/null
-
 found=()
-host=
 leave_as_found() {
   local values=("${found[@]}")
   found=()
   # One that waits for its user still.
-  [[ -z $host ]] || kill "$host" 2>/dev/null || true
+  stop_host
   ((${#values[@]} == 0)) || read_devices "${values[@]}" >/dev/null
   rm -rf "$data_folder"
 }
@@ -131,60 +110,25 @@ change_mode() {
   modectl "$@" --no-confirm || complain "modectl failed with $?"
 }
 
-# Visible windows of the notebook; on its screen, nobody else has any.
-find_window() { DISPLAY=$screen xdotool search --onlyvisible --name . 2>/dev/null; }
-
-# wait_for COMMAND...: until it succeeds, while the host runs, at most half a minute
-wait_for() {
-  local deadline=$((SECONDS + 30))
-  until "$@"; do
-    kill -0 "$host" 2>/dev/null || return
-    ((SECONDS < deadline)) || return
-    sleep 0.1
-  done
-}
-
-# A window paints one control after the other: it is done when two pictures in a row are alike.
-# Before that it is blank; texts bring many colours, as their edges are smoothed.
-has_picture() {
-  local last=$pictures/last.png
-  rm -f "$last"
-  [[ ! -e $picture ]] || mv "$picture" "$last"
-  DISPLAY=$screen import -window "$window" "$picture"
-  [[ -e $last ]] && (($(identify -format %k "$picture") > 16)) &&
-    compare -metric AE "$last" "$picture" null: 2>/dev/null
-}
-
-close_window() {
-  DISPLAY=$screen xdotool windowfocus "$window" key alt+F4 2>/dev/null
-  ! kill -0 "$host" 2>/dev/null
-}
-
-# take_picture LANGUAGE LOCALE: the confirmation, which is then closed, which counts as Cancel
-take_picture() {
+# picture_confirmation LANGUAGE LOCALE: which is then closed, which counts as Cancel
+picture_confirmation() {
   local window status=0 picture=$pictures/confirmation-$1.png
-  local screen=:$(<"$VELTO_WINE_FOLDER/win10.display.xvfb")
   log "modectl on 2, for a user of locale $2; a picture goes to $picture"
-  rm -f "$picture"
-  VELTO_LOCALE=$2.UTF-8 scripts/run-under-wine.sh "$machine/modectl.exe" on 2 2>&1 &
-  host=$!
+  start_host "$2" "$machine/modectl.exe" on 2
   if wait_for find_window >/dev/null && window=$(find_window); then
-    DISPLAY=$screen xdotool windowfocus "$window"
-    wait_for has_picture || complain "no picture"
-    rm -f "$pictures/last.png"
-    wait_for close_window || kill "$host" 2>/dev/null || true
+    take_picture "$window" "$picture" || complain "no picture"
+    wait_for close_window "$window" || stop_host
   else
     complain "the confirmation does not appear"
-    kill "$host" 2>/dev/null || true
+    stop_host
   fi
-  wait "$host" || status=$?
-  host=
+  end_host || status=$?
   ((status == 1)) || complain "modectl should end with 1 for cancelled, not with $status"
 }
 
 # --- The demonstration ----------------------------------------------------------------------------
 
-install_packages imagemagick xdotool fonts-liberation fonts-vlgothic
+install_packages "${picture_packages[@]}"
 build release ModeChange modectl showmodes devicestate "${engines[@]}"
 lay_out
 
@@ -210,8 +154,8 @@ expect_devices "${own[@]}"
 expect_status
 
 mkdir -p "$pictures"
-take_picture english en_US
-take_picture japanese ja_JP
+picture_confirmation english en_US
+picture_confirmation japanese ja_JP
 log "The devices after both were cancelled"
 expect_devices "${own[@]}"
 

@@ -100,6 +100,8 @@ if ! server_runs; then
   # The first program also makes the prefix and starts its services. Not wineboot: a second one of
   # that would start them twice, and they would not work.
   quietly reg add 'HKCU\Software\Wine' /v Version /d "$windows" /f
+  # There is no window manager here. Wine would wait for it, two seconds for each window that goes.
+  quietly reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
 fi
 exec {lock}>&-
 

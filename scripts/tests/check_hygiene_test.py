@@ -91,6 +91,25 @@ class CheckHygieneTest(unittest.TestCase):
         self.given(".git/a", b"\t")
         self.expect_clean("a.png", b"\x00\t")
 
+    def test_links_to_files_that_are_there(self):
+        self.given("docs/images/a.png", b"")
+        self.expect_clean("docs/a.md", b"![A](images/a.png) [b](../good.cpp) [c](a.md#d) [e](../docs)\n")
+
+    def test_links_to_elsewhere(self):
+        self.expect_clean("a.md", b"[a](https://localhost/none.md) [b](#part)\n")
+
+    def test_dead_links(self):
+        self.expect_fault(
+            "docs/a.md",
+            b"[b](good.cpp)\n![A](images/a.png) [c](c.md#d)\n",
+            "1: no such file: good.cpp",
+            "2: no such file: c.md",
+            "2: no such file: images/a.png",
+        )
+
+    def test_only_documents_have_links(self):
+        self.expect_clean("a.cpp", b"values[0](none);\n")
+
     def test_a_folder_without_files_was_named_by_mistake(self):
         (self.root / "good.cpp").unlink()
         self.assertEqual(self.check(), (1, []))

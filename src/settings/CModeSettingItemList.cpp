@@ -122,7 +122,8 @@ INT_PTR CModeSettingItemList::OnControlColor(HDC dc) {
 
 INT_PTR CModeSettingItemList::OnCopyData(HWND sender, const COPYDATASTRUCT* data) {
   if (data == nullptr || data->dwData != LockSettingItemRequest::kCopyDataId ||
-      data->cbData != sizeof(LockSettingItemRequest) || !IsLine(sender)) {
+      data->cbData != sizeof(LockSettingItemRequest) || data->lpData == nullptr ||
+      !IsSentByLine(sender)) {
     return Handled();
   }
   lockRequests.push(*static_cast<const LockSettingItemRequest*>(data->lpData));
@@ -266,10 +267,14 @@ void CModeSettingItemList::ReleaseRows() noexcept {
   settingGroups.clear();
 }
 
-bool CModeSettingItemList::IsLine(HWND window) const noexcept {
+bool CModeSettingItemList::IsSentByLine(HWND sender) const noexcept {
+  if (sender == nullptr) return false;
   for (const RowGroup& rows : rowGroups) {
     for (const auto& line : rows.lines) {
-      if (window != nullptr && line->Window() == window) return true;
+      if (line->Window() != sender) continue;
+      // Another program can name a line's window too, but its pointers mean nothing here. A line
+      // that sends while another program presses its button looks the same to Windows.
+      return ::InSendMessageEx(nullptr) == ISMEX_NOSEND || line->IsSendingLockSettingItemRequest();
     }
   }
   return false;
@@ -307,6 +312,7 @@ void CModeSettingItemList::InitializeScrollBar() noexcept {
   viewHeight = window.bottom - window.top;
   scrollPosition = 0;
   scrollUnit = 0;
+  wheelAccumulator = 0;
   if (!rowGroups.empty()) {
     RECT line{};
     ::GetClientRect(rowGroups.front().lines.front()->Window(), &line);
@@ -393,7 +399,7 @@ void CModeSettingItemList::StopWatchingFocus() noexcept {
 
 LRESULT CALLBACK CModeSettingItemList::OnFocusMoves(int code, WPARAM wParam,
                                                     LPARAM lParam) noexcept {
-  const auto gaining = reinterpret_cast<HWND>(wParam);
+  const HWND gaining = reinterpret_cast<HWND>(wParam);
   if (code == HCBT_SETFOCUS && IsMovedByKeyboard(reinterpret_cast<HWND>(lParam), gaining)) {
     HWND row = nullptr;
     for (HWND window = gaining; window != nullptr; window = ::GetAncestor(window, GA_PARENT)) {

@@ -26,7 +26,7 @@
 ///
 /// The operations return true on success, and on failure trace, return false and leave their
 /// outputs as they were.
-class CModeSettingItemList : public CDialogBase {
+class CModeSettingItemList final : public CDialogBase {
  public:
   CModeSettingItemList();
   ~CModeSettingItemList();
@@ -80,7 +80,8 @@ class CModeSettingItemList : public CDialogBase {
   /// Puts a row below those that end at `y`.
   bool PlaceRow(HWND row, LONG* y) const;
   void ReleaseRows() noexcept;
-  [[nodiscard]] bool IsLine(HWND window) const noexcept;
+  /// Whether a message that the list handles was sent by one of its lines, on this thread.
+  [[nodiscard]] bool IsSentByLine(HWND sender) const noexcept;
   /// The first line of the item, whatever the case of its name; null when there is none.
   [[nodiscard]] CModeSettingItemListLine* FindLine(const CWideString& itemName) const noexcept;
   /// Visits the lines from top to bottom until `visit` returns false; so does this then.

@@ -31,10 +31,7 @@ void CModeSettingItemListGroupTitle::OnHandlerFailed(UINT /*message*/) noexcept 
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
-  ::SendDlgItemMessageW(
-      Window(), IDC_GROUP_TITLE, WM_SETFONT,
-      reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont)),
-      TRUE);
+  SetControlFont();
   StretchBackground();
   CWideString displayName;
   if (!CModeChangeResource().GetSettingGroupName(groupName.c_str(), &displayName)) {
@@ -55,9 +52,17 @@ INT_PTR CModeSettingItemListGroupTitle::OnDialogColor(HDC dc) {
 INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
   ::SetBkMode(dc, TRANSPARENT);
   if (::GetDlgCtrlID(control) == IDC_GROUP_TITLE) {
-    ::SetTextColor(dc, designer.GetSettingItemListGroupTitleTextColor());
+    ::SetTextColor(dc, CUIDesigner::GetSettingItemListGroupTitleTextColor());
   }
   return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
+}
+
+void CModeSettingItemListGroupTitle::SetControlFont() const noexcept {
+  const HFONT font = designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont);
+  // Without a font of the designer's the title keeps the template's, not the system's.
+  if (font == nullptr) return;
+  ::SendDlgItemMessageW(Window(), IDC_GROUP_TITLE, WM_SETFONT, reinterpret_cast<WPARAM>(font),
+                        TRUE);
 }
 
 void CModeSettingItemListGroupTitle::StretchBackground() const noexcept {

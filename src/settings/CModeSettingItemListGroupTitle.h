@@ -8,7 +8,7 @@
 #include "trace/TraceLog.h"
 
 /// The title above the lines of one setting group.
-class CModeSettingItemListGroupTitle : public CDialogBase {
+class CModeSettingItemListGroupTitle final : public CDialogBase {
  public:
   /// `groupName`: the group's key name in the configuration.
   explicit CModeSettingItemListGroupTitle(CWideString groupName);
@@ -21,6 +21,7 @@ class CModeSettingItemListGroupTitle : public CDialogBase {
   INT_PTR OnDialogColor(HDC dc);
   INT_PTR OnStaticColor(HDC dc, HWND control);
 
+  void SetControlFont() const noexcept;
   void StretchBackground() const noexcept;
   void ReportError() const noexcept;
 

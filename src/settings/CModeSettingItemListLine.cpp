@@ -571,13 +571,12 @@ void CModeSettingItemListLine::HandFocusToAnotherLine() const noexcept {
   HWND next = ::GetFocus();
   if (::IsChild(Window(), next) == FALSE) return;
   const HWND dialog = ::GetAncestor(Window(), GA_ROOT);
-  // The line has fewer tab stops than controls. Where the walk is still inside then, there is
+  // The line has fewer tab stops than controls: where that many steps don't leave it, there is
   // nobody else.
   for (std::size_t step = 0; step < std::size(kEditingControls); ++step) {
     next = ::GetNextDlgTabItem(dialog, next, FALSE);
-    if (::IsChild(Window(), next) == FALSE) break;
+    if (::IsChild(Window(), next) == FALSE) return MoveFocus(next);
   }
-  if (::IsChild(Window(), next) == FALSE) MoveFocus(next);
 }
 
 void CModeSettingItemListLine::MoveFocus(HWND control) const noexcept {
@@ -776,8 +775,10 @@ bool CModeSettingItemListLine::SendLockSettingItemRequest(bool lock) {
                                  .lockedItemValues = lockedItemValues};
   COPYDATASTRUCT copyData{
       .dwData = LockSettingItemRequest::kCopyDataId, .cbData = sizeof(request), .lpData = &request};
+  sendingLockRequest = true;
   ::SendMessageW(list, WM_COPYDATA, reinterpret_cast<WPARAM>(Window()),
                  reinterpret_cast<LPARAM>(&copyData));
+  sendingLockRequest = false;
   lockingOthers = lock;
   return true;
 }

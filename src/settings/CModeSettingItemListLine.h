@@ -47,6 +47,8 @@ class CModeSettingItemListLine final : public CDialogBase {
 
   /// Holds the item at the value, or releases it; a released item keeps the value.
   bool LockThisSettingItem(bool lock, std::uint32_t value, const wchar_t* lockingItemName);
+  /// True while the list has a lock request of this line.
+  [[nodiscard]] bool IsSendingLockSettingItemRequest() const noexcept { return sendingLockRequest; }
 
  private:
   INT_PTR OnMessage(UINT message, WPARAM wParam, LPARAM lParam) override;
@@ -134,5 +136,6 @@ class CModeSettingItemListLine final : public CDialogBase {
   std::vector<CWideString> lockedItemNames;
   std::vector<std::uint32_t> lockedItemValues;
   bool lockingOthers = false;
+  bool sendingLockRequest = false;
   TraceLog trace;
 };

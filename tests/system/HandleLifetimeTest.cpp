@@ -160,11 +160,4 @@ TEST_F(HandleLifetimeTest, TheSettingsDialogOfAnEmptyListIsARangeError) {
   }
 }
 
-TEST_F(HandleLifetimeTest, TheSettingsDialogFailsTraced) {
-  Open();
-  EXPECT_FALSE(showSettingsDialog(handle, hostWindow));
-  EXPECT_EQ(traces.Take(), (Traces{{L"CModeChange::ShowSettingsDialog", 468, L"100"},
-                                   {L"VeltoModeChange_ShowSettingsDialog", 382}}));
-}
-
 }  // namespace

@@ -75,7 +75,14 @@ void HostTest::WriteConfig() {
                                               .Section(L"Lamp")
                                               .Key(L"EnginePath", L"Engines\\Lamp.dll")
                                               .Section(L"Fan")
-                                              .Key(L"EnginePath", L"Engines\\Fan.dll"));
+                                              .Key(L"EnginePath", L"Engines\\Fan.dll")
+                                              .Section(L"SettingGroupList")
+                                              .Key(L"SettingGroupCount", 1)
+                                              .Key(L"SettingGroup0", L"Devices")
+                                              .Section(L"Devices")
+                                              .Key(L"SettingItemCount", 2)
+                                              .Key(L"SettingItem0", L"Lamp")
+                                              .Key(L"SettingItem1", L"Fan"));
 }
 
 void HostTest::WriteUsableModes(const std::vector<std::wstring>& modes) {
@@ -123,6 +130,37 @@ void HostTest::WriteTexts() {
           {L"Fan_Name", L"Fan"},
           {L"Fan_Value0", L"slow"},
           {L"Fan_Value1", L"fast"}}},
+        {L"SettingGroup", {{L"Devices", L"Devices"}}},
+        {L"ModeSettingsDialog",
+         {{L"DialogTitle", L"Mode Settings"},
+          {L"RestoreDefaultSettingsButton", L"Restore &Defaults"},
+          {L"AutoONOFFSetting", L"&Turn this mode on and off automatically"},
+          {L"SliderDown", L"Low"},
+          {L"SliderUp", L"High"},
+          {L"LockedSettingItemMemo", L" (fixed)"},
+          {L"ShowAnnounceModeIsChangedDialog", L"&Show a confirmation"},
+          {L"OKButton", L"OK"},
+          {L"CancelButton", L"Cancel"},
+          {L"ApplyButton", L"&Apply"},
+          {L"Message_OnChangeMode_SettingsIsChanged", L"Not saved.\\nApply first."},
+          {L"Message_OnSaveSettings_SettingsIsNotCorrect",
+           L"No value:\\n%SETTINGITEM%\\nSelect one."},
+          {L"Error_Unknown", L"Something\\nunexpected."},
+          {L"Error_FailedSaveSettings", L"Could not be saved.\\nTry again."},
+          {L"Error_FailedUpdatePcEnvironment", L"Could not be\\napplied."}}},
+        {L"UpdatePcEnvironmentDialog", {{L"Processing", L"Devices change.\\nPlease wait."}}},
+        {L"FontSize_ModeSetingsDialog",
+         {{L"DialogTitleSize", L"12"},
+          {L"ModeSelectionSize", L"9"},
+          {L"RestoreDefaultSettingsSize", L"7"},
+          {L"AutoONOFFSize", L"10"},
+          {L"SettingItemListGroupTitleSize", L"10"},
+          {L"SettingItemListSettingItemNameSize", L"9"},
+          {L"SettingItemListSettingItemValueSize", L"9"},
+          {L"SliderUpDownSize", L"8"},
+          {L"ShowAnnounceModeIsChangedDialogSize", L"8"},
+          {L"ButtonsSize", L"11"}}},
+        {L"FontSize_UpdatePcEnvironmentDialog", {{L"ProcessingSize", L"10"}}},
         {L"AnnounceModeIsChangedDialog",
          {{L"Description", L"Settings will change.\\nGo on?"},
           {L"DetailInformation_ModeStatus0",

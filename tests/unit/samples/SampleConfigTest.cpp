@@ -164,6 +164,12 @@ const std::map<std::wstring, std::set<std::wstring>> kFontSizes = {
       L"ButtonsSize"}},
 };
 
+/// The item that the user cannot edit in a mode; null where there is none.
+const wchar_t* LockedItem(const std::wstring& mode) {
+  if (mode == L"Eco") return L"PowerScheme";
+  return mode == L"Cradle" ? L"KeyboardRepeatDelay" : nullptr;
+}
+
 /// Everything of the form "%NAME%"; a lone percent sign counts as a placeholder "%".
 std::multiset<std::wstring> FindPlaceholders(const std::wstring& text) {
   std::multiset<std::wstring> found;
@@ -364,7 +370,7 @@ TEST_F(SampleConfigTest, HasDefaultsForEachModeOnEachWindows) {
       }
       EXPECT_EQ(defaults.Number(section, L"AutoONOFF"), std::wstring(mode) == L"Cradle" ? 1 : 0);
       const int lockedCount = defaults.Number(section, L"LockedSettingItemCount");
-      EXPECT_EQ(lockedCount, std::wstring(mode) == L"Eco" ? 1 : 0);
+      EXPECT_EQ(lockedCount, LockedItem(mode) != nullptr ? 1 : 0);
       for (int i = 0; i < lockedCount; ++i) {
         const std::wstring key = L"LockedSettingItem" + std::to_wstring(i);
         keys.insert(key);
@@ -418,7 +424,8 @@ TEST_F(SampleConfigTestEachWindows, GivesTheDefaultsOfThisWindows) {
       EXPECT_TRUE(settings.GetSettingItemValue(mode, item.name, &value));
       EXPECT_TRUE(settings.IsSetingItemValueLocked(mode, item.name, &locked));
       EXPECT_EQ(value, file.Number(mode + suffix, item.name));
-      EXPECT_EQ(locked, std::wstring(mode) == L"Eco" && std::wstring(item.name) == L"PowerScheme");
+      const wchar_t* const lockedItem = LockedItem(mode);
+      EXPECT_EQ(locked, lockedItem != nullptr && std::wstring(item.name) == lockedItem);
     }
     bool autoOnOff = false;
     EXPECT_TRUE(settings.GetAutoONOFFSetting(mode, &autoOnOff));

@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "settings/design/ScreenDpi.h"
+#include "unit/devices/ExportOverrides.h"
 #include "unit/settings/CModeSettingItemListLineFixture.h"
 
 namespace {
@@ -71,6 +72,20 @@ TEST_F(CModeSettingItemListLineLoadTest, AValueIsUsableWhenItsFlagIsExactlyOne) 
   EXPECT_EQ(Shown(), "1016 (1018) (1019)");
   EXPECT_EQ(Text(IDC_FIRST_VALUE), L"Name 1");
   EXPECT_EQ(Text(IDC_SECOND_VALUE), L"Name 4");
+}
+
+BOOL WINAPI AnswerNothingButTheCount(void* /*handle*/, UINT identifier, UINT /*subIndex*/,
+                                     INT32* value) {
+  if (identifier == 1) *value = 4;
+  return TRUE;
+}
+
+TEST_F(CModeSettingItemListLineLoadTest, AValueIsNotUsableWithoutAnAnswer) {
+  ExportOverrides exports(interposition);
+  exports.Set("VeltoDeviceEngine_GetINT32Information", &AnswerNothingButTheCount);
+  Make();
+  EXPECT_EQ(traces.Take(), (Traces{In(kLoad, 300, L"0"), In(L"OnInitDialog", 161)}));
+  EXPECT_THAT(list.Take(), ElementsAre("error 100"));
 }
 
 // --- Asking the engine ---------------------------------------------------------------------------

@@ -84,6 +84,18 @@ TEST_F(CModeSettingItemListLineLockTest, ALockHoldsTheItemAtAValue) {
   }
 }
 
+TEST_F(CModeSettingItemListLineLockTest, ALockedItemIsSetCorrectlyWhateverItsControlsSay) {
+  OfferValues({2, 7}, 8);
+  MakeAndSelect();
+  Click(IDC_SETTING_ITEM);
+  EXPECT_FALSE(Line().IsSettingItemSetCorrectly());
+  EXPECT_TRUE(Line().LockThisSettingItem(true, 7, L"Fan"));
+  EXPECT_EQ(Checked(), "1016") << "No button stands for 7.";
+  EXPECT_TRUE(Line().IsSettingItemSetCorrectly());
+  EXPECT_EQ(Current(), 7U);
+  EXPECT_THAT(list.Take(), ElementsAre("changed"));
+}
+
 TEST_F(CModeSettingItemListLineLockTest, AReleasedItemKeepsTheLockedValue) {
   const char* const shown[] = {"1016 1018 1019", "1016 1024", "1016 1021 1040 1041"};
   for (const INT32 count : {2, 3, 4}) {

@@ -21,8 +21,8 @@ bool IsChecked(HWND line, int id) {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& stream, const ParentMessage& message) {
-  return stream << "message 0x" << std::hex << message.message << std::dec << " ("
-                << message.wParam << ", " << message.lParam << ")";
+  return stream << "message 0x" << std::hex << message.message << std::dec << " (" << message.wParam
+                << ", " << message.lParam << ")";
 }
 
 // --- ListParent ----------------------------------------------------------------------------------
@@ -34,8 +34,10 @@ ListParent::ListParent() {
   windowClass.hInstance = ::GetModuleHandleW(nullptr);
   windowClass.lpszClassName = kParentClass;
   ::RegisterClassExW(&windowClass);
-  window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kParentClass, L"", WS_POPUP | WS_VISIBLE, 0, 0,
-                             700, 600, nullptr, nullptr, windowClass.hInstance, nullptr);
+  // Beyond the screen: a window that the X server maps, it also has to give back, and without a
+  // window manager Wine waits for that for two seconds.
+  window = ::CreateWindowExW(WS_EX_CONTROLPARENT, kParentClass, L"", WS_POPUP | WS_VISIBLE, -4000,
+                             -4000, 700, 600, nullptr, nullptr, windowClass.hInstance, nullptr);
   ::SetWindowLongPtrW(window, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(this));
   other = ::CreateWindowExW(0, L"Button", L"Other", WS_CHILD | WS_VISIBLE | WS_TABSTOP, 0, 570, 80,
                             25, window, nullptr, windowClass.hInstance, nullptr);
@@ -96,8 +98,7 @@ void SettingItemListTest::MakeMachineWithOneEngine() {
   WriteConfig();
   WriteTexts();
   sandbox.MakeFolder(L"Engines");
-  engines.emplace(kSharedEngine,
-                  std::make_unique<ScriptedEngine>(EnginePath(kSharedEngine), &log));
+  engines.emplace(kSharedEngine, std::make_unique<ScriptedEngine>(EnginePath(kSharedEngine), &log));
 }
 
 void SettingItemListTest::WriteConfig() {
@@ -194,8 +195,7 @@ void SettingItemListTest::SetSaved(const std::wstring& mode, const std::wstring&
 
 std::optional<std::wstring> SettingItemListTest::Saved(const std::wstring& mode,
                                                        const std::wstring& item) const {
-  return sandbox.IniValue(sandbox.DataFile(L"ModeChange.Settings.ini"), mode.c_str(),
-                          item.c_str());
+  return sandbox.IniValue(sandbox.DataFile(L"ModeChange.Settings.ini"), mode.c_str(), item.c_str());
 }
 
 // --- The list ------------------------------------------------------------------------------------
