@@ -2,12 +2,10 @@
 //
 //     readers_bench.exe [ROUNDS]
 //
-// As everywhere in the library a reader is made, asked once and dropped. Question and bare calls
+// As mostly in the library, a reader is made, asked once and dropped. Question and bare calls
 // take turns in one process, with the same files; what is printed are medians over the rounds.
 
 #include <windows.h>
-// windows.h first: shlobj.h needs its types.
-#include <shlobj.h>
 
 #include <algorithm>
 #include <chrono>
@@ -21,6 +19,8 @@
 #include <vector>
 
 #include "BareCalls.h"
+#include "DataFolderRedirection.h"
+#include "Measure.h"
 #include "config/CModeChangeConfig.h"
 #include "config/CModeChangeResource.h"
 #include "config/CModeChangeSettings.h"
@@ -29,7 +29,6 @@
 #include "support/IniFile.h"
 #include "support/Interposition.h"
 #include "support/LoadedLibrary.h"
-#include "support/PeImage.h"
 #include "support/Supervisor.h"
 
 namespace {
@@ -89,42 +88,6 @@ class Machine {
   }
 
   fs::path folder;
-};
-
-/// Lets the library find its data folder in another place; Windows is asked all the same.
-class DataFolderRedirection {
- public:
-  DataFolderRedirection(HMODULE library, const fs::path& applicationData) {
-    answer = applicationData.wstring();
-    for (const PeImage::Import& import : PeImage(library).Imports()) {
-      if (import.function == "SHGetSpecialFolderPathW") {
-        slot = reinterpret_cast<void**>(reinterpret_cast<char*>(library) + import.slot);
-      }
-    }
-    if (slot == nullptr) throw std::runtime_error("the library does not ask for a data folder");
-    original = *slot;
-    Set(reinterpret_cast<void*>(&DataFolderRedirection::Answer));
-  }
-  ~DataFolderRedirection() { Set(original); }
-  DataFolderRedirection(const DataFolderRedirection&) = delete;
-  DataFolderRedirection& operator=(const DataFolderRedirection&) = delete;
-
- private:
-  static BOOL WINAPI Answer(HWND window, wchar_t* path, int folder, BOOL create) {
-    ::SHGetSpecialFolderPathW(window, path, folder, create);
-    std::wcscpy(path, answer.c_str());
-    return TRUE;
-  }
-  void Set(void* function) const {
-    DWORD protection = 0;
-    ::VirtualProtect(slot, sizeof(*slot), PAGE_READWRITE, &protection);
-    *slot = function;
-    ::VirtualProtect(slot, sizeof(*slot), protection, &protection);
-  }
-
-  static inline std::wstring answer;
-  void** slot = nullptr;
-  void* original = nullptr;
 };
 
 constexpr const wchar_t* kNormal = L"Normal";  // no user values, and all of its flags are read
@@ -291,21 +254,6 @@ constexpr Question kQuestions[] = {
      }},
 };
 
-template <class Run>
-double MeasureMicroseconds(std::size_t times, const Run& run) {
-  const auto begin = std::chrono::steady_clock::now();
-  for (std::size_t i = 0; i < times; ++i) run();
-  const std::chrono::duration<double, std::micro> duration =
-      std::chrono::steady_clock::now() - begin;
-  return duration.count() / static_cast<double>(times);
-}
-
-double Median(std::vector<double> values) {
-  const auto middle = values.begin() + std::ssize(values) / 2;
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
-}
-
 struct Comparison {
   double question;
   double bareCalls;
@@ -315,10 +263,10 @@ struct Comparison {
 Comparison Compare(const Question& question, const BareCalls& bareCalls, std::size_t rounds) {
   // Long enough for the clock, short enough for both halves of a round to meet the same conditions.
   constexpr double kMicrosecondsPerTurn = 2000;
-  const double once = MeasureMicroseconds(20, question.ask);
+  const double once = Measure::Microseconds(20, question.ask);
   const auto times = static_cast<std::size_t>(std::max(1.0, kMicrosecondsPerTurn / once));
-  const auto askQuestion = [&] { return MeasureMicroseconds(times, question.ask); };
-  const auto runBareCalls = [&] { return MeasureMicroseconds(times, [&] { bareCalls.Run(); }); };
+  const auto askQuestion = [&] { return Measure::Microseconds(times, question.ask); };
+  const auto runBareCalls = [&] { return Measure::Microseconds(times, [&] { bareCalls.Run(); }); };
 
   std::vector<double> questionTimes;
   std::vector<double> bareTimes;
@@ -331,7 +279,7 @@ Comparison Compare(const Question& question, const BareCalls& bareCalls, std::si
     if (!isQuestionFirst) questionTimes.push_back(askQuestion());
     ratios.push_back(questionTimes.back() / bareTimes.back());
   }
-  return {Median(questionTimes), Median(bareTimes), Median(ratios)};
+  return {Measure::Median(questionTimes), Measure::Median(bareTimes), Measure::Median(ratios)};
 }
 
 std::vector<Call> RecordCalls(HMODULE library, const Question& question) {

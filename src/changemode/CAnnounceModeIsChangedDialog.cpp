@@ -112,13 +112,10 @@ INT_PTR CAnnounceModeIsChangedDialog::OnOK() {
 }
 
 INT_PTR CAnnounceModeIsChangedDialog::OnControlColor(UINT message, HDC dc, HWND control) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
   const int id = ::GetDlgCtrlID(control);
   const bool isTitle =
       message == WM_CTLCOLORSTATIC && (id == IDC_TITLE_BAND || id == IDC_TITLE_TEXT);
-  return reinterpret_cast<INT_PTR>(isTitle ? designer.GetTitleBackBrush()
-                                           : designer.GetDialogBackBrush());
+  return ControlColor(dc, isTitle ? designer.GetTitleBackBrush() : designer.GetDialogBackBrush());
 }
 
 INT_PTR CAnnounceModeIsChangedDialog::Close(std::int32_t code) noexcept {
@@ -129,8 +126,7 @@ INT_PTR CAnnounceModeIsChangedDialog::Close(std::int32_t code) noexcept {
 
 void CAnnounceModeIsChangedDialog::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    ::SendDlgItemMessageW(Window(), use.control, WM_SETFONT,
-                          reinterpret_cast<WPARAM>(designer.GetAnnounceDialogFont(use.font)), TRUE);
+    SetControlFont(use.control, designer.GetAnnounceDialogFont(use.font));
   }
 }
 

@@ -57,6 +57,7 @@ INT_PTR CUpdatePcEnvironmentDialog::OnMessage(UINT message, WPARAM wParam, LPARA
 }
 
 void CUpdatePcEnvironmentDialog::OnHandlerFailed(UINT message) noexcept {
+  trace.Write(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51);
   Close(message == WM_UPDATEPCENVIRONMENT_COMPLETED ? result : kFailed);
 }
 
@@ -133,9 +134,7 @@ void CUpdatePcEnvironmentDialog::ShowIcon() const noexcept {
 
 void CUpdatePcEnvironmentDialog::ShowText(const CWideString& text) const noexcept {
   ::SetDlgItemTextW(Window(), IDC_PROGRESS_TEXT, text.c_str());
-  ::SendDlgItemMessageW(Window(), IDC_PROGRESS_TEXT, WM_SETFONT,
-                        reinterpret_cast<WPARAM>(designer.GetUpdatePcEnvironmentDialogFont()),
-                        TRUE);
+  SetControlFont(IDC_PROGRESS_TEXT, designer.GetUpdatePcEnvironmentDialogFont());
 }
 
 void CUpdatePcEnvironmentDialog::CloseChangeModeWindow() noexcept {

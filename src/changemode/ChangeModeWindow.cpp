@@ -6,13 +6,11 @@
 #include <vector>
 
 #include "changemode/ChangeModeMessages.h"
+#include "changemode/ChangeModeReaders.h"
 #include "changemode/ChangeModeRequest.h"
 #include "changemode/ChangeModeWindowData.h"
 #include "common/IsWindows8OrLater.h"
 #include "common/ReadForeignMemory.h"
-#include "config/CModeChangeConfig.h"
-#include "config/CModeChangeSettings.h"
-#include "config/CModeChangeStatus.h"
 #include "devices/CQTX05A9.h"
 #include "devices/CQtx05a9DllApplicationSwitchControl.h"
 #include "devices/IsSettingItemUsableInThisPC.h"
@@ -113,19 +111,18 @@ void RestoreWirelessLamp(const CWideString& oldMode) {
 
 // --- One setting item --------------------------------------------------------------------------
 
-bool GetCurrentONModeName(CWideString* name) {
+bool GetCurrentONModeName(const ChangeModeReaders& readers, CWideString* name) {
   if (name == nullptr) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::GetCurrentONModeName", 981);
   }
   std::vector<CWideString> modes;
-  if (!CModeChangeConfig().GetUsableModeList(&modes)) {
+  if (!readers.config.GetUsableModeList(&modes)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::GetCurrentONModeName", 989);
   }
-  const CModeChangeStatus statuses;
   CWideString found;
   for (const CWideString& mode : modes) {
     UINT status = kOff;
-    if (!statuses.GetCurrentModeStatus(mode.c_str(), &status)) {
+    if (!readers.statuses.GetCurrentModeStatus(mode.c_str(), &status)) {
       return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::GetCurrentONModeName",
                               1002);
     }
@@ -194,15 +191,15 @@ bool TakeOverFromOtherMode(const CModeChangeStatus& statuses, const wchar_t* ite
 /// Decides the value that the item takes, or a negative number for none, and keeps the item's
 /// normal environment: the value that it had before any mode took it over.
 bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
-    const wchar_t* currentOn, const wchar_t* newMode, UINT newStatus, const wchar_t* item,
-    CDeviceEngineHelper* engine, std::int32_t* value) {
+    const ChangeModeReaders& readers, const wchar_t* currentOn, const wchar_t* newMode,
+    UINT newStatus, const wchar_t* item, CDeviceEngineHelper* engine, std::int32_t* value) {
   if (currentOn == nullptr || newMode == nullptr || item == nullptr || engine == nullptr ||
       value == nullptr) {
     return TraceLog().Write(
         L"ChangeModeWindow::`anonymous-namespace'::SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus",
         788);
   }
-  const CModeChangeStatus statuses;
+  const CModeChangeStatus& statuses = readers.statuses;
   if (newStatus == kOff) {
     if (!statuses.GetNormalEnvironmentSetting(item, value)) {
       return TraceLog().Write(
@@ -217,7 +214,7 @@ bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
         961, newStatus);
   }
 
-  const CModeChangeSettings settings;
+  const CModeChangeSettings& settings = readers.settings;
   std::int32_t newValue = CModeChangeSettings::kDoNothing;
   if (!settings.GetSettingItemValue(newMode, item, &newValue)) {
     const TraceLog trace;
@@ -361,15 +358,16 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
   data->itemIndex = 0;
   data->newModeName = modeName;
   data->newModeStatus = request.modeStatus;
+  const auto readers = std::make_shared<const ChangeModeReaders>();
+  data->readers = readers;
   data->stage = ChangeModeWindowData::Stage::kItemDue;
-  if (!GetCurrentONModeName(&data->currentOnModeName)) {
+  if (!GetCurrentONModeName(*readers, &data->currentOnModeName)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 330);
   }
 
-  const CModeChangeConfig config;
-  if (IsWirelessLampOurs(config)) {
+  if (IsWirelessLampOurs(readers->config)) {
     UINT type = CModeChangeConfig::kNormalMode;
-    if (!config.GetModeType(modeName.c_str(), &type)) {
+    if (!readers->config.GetModeType(modeName.c_str(), &type)) {
       return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 344);
     }
     const bool off = type == CModeChangeConfig::kWirelessOffMode && data->newModeStatus != kOff;
@@ -393,9 +391,10 @@ bool OnSetDeviceStatus(HWND window) {
     return TraceLog().WriteUInt(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 384,
                                 data->itemIndex);
   }
+  const std::shared_ptr<const ChangeModeReaders> readers = data->readers;
   const CWideString item = data->settingItemNames[data->itemIndex];
   CWideString enginePath;
-  if (!CModeChangeConfig().GetSettingItemEnginePath(item.c_str(), &enginePath)) {
+  if (!readers->config.GetSettingItemEnginePath(item.c_str(), &enginePath)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 392,
                             item.c_str());
   }
@@ -422,8 +421,8 @@ bool OnSetDeviceStatus(HWND window) {
   }
   std::int32_t value = CModeChangeSettings::kDoNothing;
   if (!SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
-          currentOnModeName.c_str(), newModeName.c_str(), newModeStatus, item.c_str(), engine.get(),
-          &value)) {
+          *readers, currentOnModeName.c_str(), newModeName.c_str(), newModeStatus, item.c_str(),
+          engine.get(), &value)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 433,
                             item.c_str());
   }
@@ -439,7 +438,8 @@ bool OnSetDeviceStatus(HWND window) {
 
 /// Records the change that every item has taken, and sets the eco lamp.
 bool CompleteChange(const ChangeModeWindowData& data) {
-  const CModeChangeStatus statuses;
+  const std::shared_ptr<const ChangeModeReaders> readers = data.readers;
+  const CModeChangeStatus& statuses = readers->statuses;
   if (!data.currentOnModeName.empty() &&
       !statuses.SaveCurrentModeStatus(data.currentOnModeName.c_str(), kOff)) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 541,
@@ -451,7 +451,7 @@ bool CompleteChange(const ChangeModeWindowData& data) {
                                     565, data.newModeName.c_str(), data.newModeStatus);
   }
   UINT type = CModeChangeConfig::kNormalMode;
-  if (CModeChangeConfig().GetModeType(data.newModeName.c_str(), &type)) {
+  if (readers->config.GetModeType(data.newModeName.c_str(), &type)) {
     SetEcoLEDStatus(type == CModeChangeConfig::kEcoMode && data.newModeStatus == kOn);
   }
   return true;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "changemode/ChangeModeReaders.h"
 #include "common/CWideString.h"
 #include "devices/CDeviceEngineHelper.h"
 
@@ -29,6 +30,7 @@ struct ChangeModeWindowData {
     newModeStatus = 0;
     engine.reset();
     stage = Stage::kIdle;
+    readers.reset();
   }
 
   // Refuses requests while set. Nothing sets it: a second request overwrites the first one.
@@ -42,4 +44,5 @@ struct ChangeModeWindowData {
   std::vector<CWideString> settingItemNames;
   std::shared_ptr<CDeviceEngineHelper> engine;  // of the item being set; shared with the call in it
   Stage stage = Stage::kIdle;
+  std::shared_ptr<const ChangeModeReaders> readers;  // while a change is under way; shared likewise
 };

@@ -23,9 +23,7 @@ void CloseRow(std::unique_ptr<Row>* row) noexcept {
 /// Whether the focus moves within a dialog, and not because the mouse was pressed: a list that
 /// scrolled then would pull the control away before the button is released.
 bool IsMovedByKeyboard(HWND losing, HWND gaining) noexcept {
-  if (losing == nullptr || ::GetAncestor(losing, GA_ROOT) != ::GetAncestor(gaining, GA_ROOT)) {
-    return false;
-  }
+  if (::GetAncestor(losing, GA_ROOT) != ::GetAncestor(gaining, GA_ROOT)) return false;
   constexpr int kMouseButtons[] = {VK_LBUTTON, VK_RBUTTON, VK_MBUTTON};
   return std::none_of(std::begin(kMouseButtons), std::end(kMouseButtons),
                       [](int button) { return ::GetKeyState(button) < 0; });
@@ -115,9 +113,7 @@ INT_PTR CModeSettingItemList::OnClose() {
 }
 
 INT_PTR CModeSettingItemList::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(designer.GetDialogBackBrush());
+  return ControlColor(dc, designer.GetDialogBackBrush());
 }
 
 INT_PTR CModeSettingItemList::OnCopyData(HWND sender, const COPYDATASTRUCT* data) {

@@ -31,7 +31,7 @@ void CModeSettingItemListGroupTitle::OnHandlerFailed(UINT /*message*/) noexcept 
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
-  SetControlFont();
+  SetControlFont(IDC_GROUP_TITLE, designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont));
   StretchBackground();
   CWideString displayName;
   if (!CModeChangeResource().GetSettingGroupName(groupName.c_str(), &displayName)) {
@@ -44,9 +44,7 @@ INT_PTR CModeSettingItemListGroupTitle::OnInitDialog() {
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnDialogColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
+  return ControlColor(dc, designer.GetSettingItemListGroupTitleBackBrush());
 }
 
 INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
@@ -55,14 +53,6 @@ INT_PTR CModeSettingItemListGroupTitle::OnStaticColor(HDC dc, HWND control) {
     ::SetTextColor(dc, CUIDesigner::GetSettingItemListGroupTitleTextColor());
   }
   return reinterpret_cast<INT_PTR>(designer.GetSettingItemListGroupTitleBackBrush());
-}
-
-void CModeSettingItemListGroupTitle::SetControlFont() const noexcept {
-  const HFONT font = designer.GetModeSettingsDialogFont(CUIDesigner::kGroupTitleFont);
-  // Without a font of the designer's the title keeps the template's, not the system's.
-  if (font == nullptr) return;
-  ::SendDlgItemMessageW(Window(), IDC_GROUP_TITLE, WM_SETFONT, reinterpret_cast<WPARAM>(font),
-                        TRUE);
 }
 
 void CModeSettingItemListGroupTitle::StretchBackground() const noexcept {

@@ -21,7 +21,6 @@ class CModeSettingItemListGroupTitle final : public CDialogBase {
   INT_PTR OnDialogColor(HDC dc);
   INT_PTR OnStaticColor(HDC dc, HWND control);
 
-  void SetControlFont() const noexcept;
   void StretchBackground() const noexcept;
   void ReportError() const noexcept;
 

@@ -163,10 +163,7 @@ INT_PTR CModeSettingItemListLine::OnHScroll(HWND slider) const noexcept {
 }
 
 INT_PTR CModeSettingItemListLine::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(
-      designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
+  return ControlColor(dc, designer.GetSettingItemListLineBackBrush(static_cast<UINT>(lineNumber)));
 }
 
 void CModeSettingItemListLine::OnCheckSettingItem() {
@@ -213,9 +210,7 @@ void CModeSettingItemListLine::OnComboSettingItemValue() {
 
 void CModeSettingItemListLine::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    // Without a font of the designer's the control keeps the template's, not the system's.
-    const HFONT font = designer.GetModeSettingsDialogFont(use.font);
-    if (font != nullptr) Ask(use.control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 

@@ -83,6 +83,7 @@ INT_PTR CModeSettingsArea::OnMessage(UINT message, WPARAM wParam, LPARAM lParam)
 }
 
 void CModeSettingsArea::OnHandlerFailed(UINT /*message*/) noexcept {
+  trace.Write(L"CModeSettingsArea::OnHandlerFailed", 84);
   ReportError();
 }
 
@@ -205,9 +206,7 @@ INT_PTR CModeSettingsArea::OnMouseWheel(WPARAM wParam, LPARAM lParam) noexcept {
 }
 
 INT_PTR CModeSettingsArea::OnControlColor(HDC dc) {
-  ::SetBkMode(dc, TRANSPARENT);
-  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
-  return reinterpret_cast<INT_PTR>(designer.GetDialogBackBrush());
+  return ControlColor(dc, designer.GetDialogBackBrush());
 }
 
 INT_PTR CModeSettingsArea::OnClose() noexcept {
@@ -238,9 +237,7 @@ bool CModeSettingsArea::LoadModeInformation() {
 
 void CModeSettingsArea::SetControlFonts() const noexcept {
   for (const ControlFont& use : kControlFonts) {
-    ::SendDlgItemMessageW(Window(), use.control, WM_SETFONT,
-                          reinterpret_cast<WPARAM>(designer.GetModeSettingsDialogFont(use.font)),
-                          TRUE);
+    SetControlFont(use.control, designer.GetModeSettingsDialogFont(use.font));
   }
 }
 

@@ -205,6 +205,23 @@ TEST_F(AnnouncementTest, EachControlHasItsFont) {
   EXPECT_EQ(WaitForResult(), VELTO_MODE_CHANGE_COMPLETED);
 }
 
+TEST_F(AnnouncementTest, WithoutFontsControlsKeepTheTemplates) {
+  OpenOn(kEco);
+  interposition.Fail("SystemParametersInfoW", {.nth = 1, .lastError = ERROR_INVALID_PARAMETER});
+  RequestAnd(1, [this] {
+    for (const int id : {IDC_TITLE_TEXT, IDC_ANNOUNCE_DESCRIPTION, IDC_ANNOUNCE_DETAIL,
+                         IDC_ANNOUNCE_NOT_SHOW, IDC_OK_BUTTON, IDC_CANCEL_BUTTON}) {
+      EXPECT_EQ(::SendMessageW(Control(id), WM_GETFONT, 0, 0),
+                ::SendMessageW(dialog, WM_GETFONT, 0, 0))
+          << "control " << id;
+    }
+    EXPECT_NE(::SendMessageW(dialog, WM_GETFONT, 0, 0), 0);
+    Press(IDC_CANCEL_BUTTON);
+  });
+  EXPECT_EQ(WaitForResult(), VELTO_MODE_CHANGE_COMPLETED);
+  EXPECT_EQ(traces.Take(), (Traces{{L"CUIDesigner::CUIDesigner", 52, L"87"}}));
+}
+
 TEST_F(AnnouncementTest, ColoursFollowTheDesign) {
   OpenOn(kEco);
   RequestAnd(1, [this] {

@@ -117,6 +117,11 @@ int SettingsTest::ChosenMode(HWND area) {
   return static_cast<int>(::SendDlgItemMessageW(area, IDC_MODE_SELECTION, CB_GETCURSEL, 0, 0));
 }
 
+bool SettingsTest::HasKeyboard() {
+  if (Frame() != nullptr && ::GetFocus() == nullptr) ::SetForegroundWindow(Frame());
+  return Frame() != nullptr && ::GetFocus() != nullptr;
+}
+
 std::wstring SettingsTest::Shown(HWND line) {
   if (!IsChecked(line, IDC_SETTING_ITEM)) return L"left alone";
   for (const int value : {IDC_FIRST_VALUE, IDC_SECOND_VALUE}) {

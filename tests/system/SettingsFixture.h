@@ -51,6 +51,9 @@ class SettingsTest : public HostTest {
   [[nodiscard]] static bool CanApply() {
     return ::IsWindowEnabled(::GetDlgItem(Frame(), IDC_APPLY_BUTTON)) != FALSE;
   }
+  /// Whether the dialog has the keyboard. Programs that run at the same time share one screen and
+  /// take it from each other, so the dialog asks for it.
+  [[nodiscard]] static bool HasKeyboard();
   /// What a line with two values shows: "left alone", "nothing chosen", or the value's text.
   [[nodiscard]] static std::wstring Shown(HWND line);
   /// Chooses the first (0) or second (1) value of a line with two.

@@ -82,6 +82,17 @@ INT_PTR CDialogBase::Handled(LRESULT result) const noexcept {
   return TRUE;
 }
 
+void CDialogBase::SetControlFont(int control, HFONT font) const noexcept {
+  if (font == nullptr) return;
+  ::SendDlgItemMessageW(window, control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
+}
+
+INT_PTR CDialogBase::ControlColor(HDC dc, HBRUSH background) noexcept {
+  ::SetBkMode(dc, TRANSPARENT);
+  ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
+  return reinterpret_cast<INT_PTR>(background);
+}
+
 INT_PTR CALLBACK CDialogBase::DialogProc(HWND window, UINT message, WPARAM wParam,
                                          LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG) {

@@ -43,6 +43,12 @@ class CDialogBase {
   /// For OnMessage to return: the message is handled, with this result.
   [[nodiscard]] INT_PTR Handled(LRESULT result = 0) const noexcept;
 
+  /// Gives a control its font; without one it keeps the template's.
+  void SetControlFont(int control, HFONT font) const noexcept;
+  /// For OnMessage to return for a WM_CTLCOLOR... message: text in the system's colour for windows
+  /// over the brush; default painting without one.
+  [[nodiscard]] static INT_PTR ControlColor(HDC dc, HBRUSH background) noexcept;
+
  private:
   class Binding;
 

@@ -69,9 +69,10 @@ class CUpdatePcEnvironmentDialogTest : public SettingsTest {
 TEST_F(CUpdatePcEnvironmentDialogTest, TheControlsAreThoseOfTheTemplate) {
   RunAnd([](HWND dialog) {
     ExpectControls(
-        dialog, {{IDC_PROGRESS_BAR, L"msctls_progress32", {7, 55, 329, 8}, PBS_MARQUEE | WS_VISIBLE},
-                 {IDC_PROGRESS_TEXT, L"Static", {42, 20, 294, 28}, WS_VISIBLE, SS_RIGHT},
-                 {IDC_PROGRESS_ICON, L"Static", {7, 16, kItsOwn, kItsOwn}, SS_ICON | WS_VISIBLE}});
+        dialog,
+        {{IDC_PROGRESS_BAR, L"msctls_progress32", {7, 55, 329, 8}, PBS_MARQUEE | WS_VISIBLE},
+         {IDC_PROGRESS_TEXT, L"Static", {42, 20, 294, 28}, WS_VISIBLE, SS_RIGHT},
+         {IDC_PROGRESS_ICON, L"Static", {7, 16, kItsOwn, kItsOwn}, SS_ICON | WS_VISIBLE}});
     EXPECT_TRUE(HasStyle(dialog, WS_POPUP | WS_BORDER | DS_FIXEDSYS));
     EXPECT_FALSE(HasStyle(dialog, WS_CAPTION));
     EXPECT_FALSE(HasStyle(dialog, WS_SYSMENU));
@@ -169,7 +170,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, OtherTimersAreIgnored) {
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, AnyResultButCompletedIsAFailure) {
-  for (const WPARAM result : {0, 2, 3, 4711}) {
+  for (const WPARAM result : std::initializer_list<WPARAM>{0, 2, 3, 4711}) {
     SCOPED_TRACE(result);
     EXPECT_EQ(RunAnd([result](HWND dialog) {
                 ::PostMessageW(dialog, WM_UPDATEPCENVIRONMENT_COMPLETED, result, 0);
@@ -181,7 +182,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, AnyResultButCompletedIsAFailure) {
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, AnEngineThatEndsTheChangeIsAFailure) {
-  for (const WPARAM result : {0, 2, 3}) {
+  for (const WPARAM result : std::initializer_list<WPARAM>{0, 2, 3}) {
     SCOPED_TRACE(result);
     Engine(L"Lamp").result = result;
     EXPECT_EQ(Run(), 12);
@@ -234,7 +235,7 @@ TEST_F(CUpdatePcEnvironmentDialogTest, TheUserCannotEndIt) {
   Engine(L"Lamp").completion = ScriptedEngine::Completion::kByTest;
   robot.Then(
       "request", [this] { return Engine(L"Lamp").window != nullptr; },
-      [this] {
+      [] {
         const HWND dialog = DialogRobot::FindDialogWith(IDC_PROGRESS_BAR);
         ::SendMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
         ::SendMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE | 1, 0);
@@ -312,16 +313,17 @@ TEST_F(CUpdatePcEnvironmentDialogTest, RunningOutOfMemoryAtTheStartEndsIt) {
   interposition.Replace(
       "SetTimer", [](HWND, UINT_PTR, UINT, TIMERPROC) -> UINT_PTR { throw std::bad_alloc(); });
   EXPECT_EQ(Run(), 100);
+  ExpectTraces({In(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51)});
   ExpectNothingLeft();
 }
 
 TEST_F(CUpdatePcEnvironmentDialogTest, RunningOutOfMemoryForATraceKeepsTheResult) {
   robot.Then("progress", DialogRobot::DialogWith(IDC_PROGRESS_BAR), [this](HWND dialog) {
-    interposition.Fail("malloc", {.onwards = true});
+    interposition.Fail("malloc", {});
     ::SendMessageW(dialog, WM_UPDATEPCENVIRONMENT_COMPLETED, 0, 0);
-    interposition.StopFailing();
   });
   EXPECT_EQ(Run(L"AModeWhoseNameTakesMemory"), 12);
+  ExpectTraces({In(L"CUpdatePcEnvironmentDialog::OnHandlerFailed", 51)});
   ExpectNothingLeft();
 }
 

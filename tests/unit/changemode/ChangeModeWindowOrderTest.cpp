@@ -187,4 +187,15 @@ TEST_F(ChangeModeWindowOrderTest, OfAModeThatIsTurnedOffAndFails) {
                                    Ended(2)}));
 }
 
+// Asking takes longer than all else that the library adds to an item.
+TEST_F(ChangeModeWindowOrderTest, AsksOnlyOncePerChangeWhereTheFilesAre) {
+  interposition.ClearCalls();
+  EXPECT_THAT(Change(L"Quiet", kOn), ElementsAre(Told(1)));
+  // For the user's settings and for the status.
+  EXPECT_EQ(2U, interposition.Count("SHGetSpecialFolderPathW"));
+
+  EXPECT_THAT(Change(L"Quiet", kOff), ElementsAre(Told(1)));
+  EXPECT_EQ(4U, interposition.Count("SHGetSpecialFolderPathW"));
+}
+
 }  // namespace

@@ -341,6 +341,8 @@ TEST_F(CModeSettingItemListLineKeyboardTest, AFocusElsewhereStaysThere) {
   const auto other = MakeOther(L"Fan");
   ::ShowWindow(other->Window(), SW_SHOW);
   const HWND elsewhere = ::GetDlgItem(other->Window(), IDC_SETTING_ITEM);
+  ::SendMessageW(elsewhere, BM_CLICK, 0, 0);  // so that it is not the only tab stop there
+  EXPECT_EQ(ShownIn(other->Window()), "1016 1018 1019");
   ::SetFocus(elsewhere);
   ASSERT_EQ(::GetFocus(), elsewhere);
   EXPECT_TRUE(Line().LockThisSettingItem(true, 1, L"Fan"));
@@ -348,6 +350,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, AFocusElsewhereStaysThere) {
   EXPECT_TRUE(Line().LockThisSettingItem(false, 1, L"Fan"));
   EXPECT_TRUE(Line().SelectMode(L"Quiet"));
   EXPECT_EQ(::GetFocus(), elsewhere);
+  EXPECT_THAT(list.Take(), ElementsAre("changed"));
 }
 
 TEST_F(CModeSettingItemListLineKeyboardTest, AControlThatStaysKeepsTheFocus) {

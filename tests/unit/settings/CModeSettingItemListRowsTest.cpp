@@ -493,7 +493,7 @@ TEST_F(CModeSettingItemListRowsTest, LeavesOtherMessagesAlone) {
 TEST_F(CModeSettingItemListRowsTest, PaintsInTheColourOfWindows) {
   OpenMachine();
   const HDC dc = ::GetDC(List());
-  for (const UINT message : {WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
+  for (const UINT message : std::initializer_list<UINT>{WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
     ::SetBkMode(dc, OPAQUE);
     ::SetTextColor(dc, RGB(1, 2, 3));
     interposition.ClearCalls();

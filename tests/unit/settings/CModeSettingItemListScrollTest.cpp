@@ -206,6 +206,18 @@ TEST_F(CModeSettingItemListScrollTest, TheThumbsPositionHas16BitsWithoutASign) {
   EXPECT_EQ(Scroll(SB_TOP), MovedTo(0, -65535));
 }
 
+TEST_F(CModeSettingItemListScrollTest, TheFirstAndTheLastPixelCanBeScrolled) {
+  OpenHigherBy(3);
+  for (const int code : {SB_LINEUP, SB_PAGEUP, SB_TOP}) {
+    Scroll(SB_THUMBPOSITION, 1);
+    EXPECT_EQ(Scroll(code), MovedTo(0, -1)) << code;
+  }
+  for (const int code : {SB_LINEDOWN, SB_PAGEDOWN, SB_BOTTOM}) {
+    Scroll(SB_THUMBPOSITION, end - 1);
+    EXPECT_EQ(Scroll(code), MovedTo(end, 1)) << code;
+  }
+}
+
 TEST_F(CModeSettingItemListScrollTest, StandsStillForOtherCodes) {
   OpenHigherBy(3);
   Scroll(SB_THUMBPOSITION, 7);
@@ -428,6 +440,12 @@ TEST_F(CModeSettingItemListFocusTest, TheFirstLineOfAGroupBringsTheTitleAlong) {
   ::SetFocus(Box(lines[0]));
   EXPECT_EQ(Position(), 0);
   EXPECT_EQ(BarPosition(), 0);
+}
+
+TEST_F(CModeSettingItemListFocusTest, ShowsTheUpperPartOfARowThatIsHigherThanTheView) {
+  ::SetWindowPos(List(), nullptr, 0, 0, 400, unit / 2, SWP_NOMOVE | SWP_NOZORDER);
+  ::SetFocus(Box(Lines()[3]));
+  EXPECT_EQ(Place(Lines()[3]).top, 0);
 }
 
 TEST_F(CModeSettingItemListFocusTest, StaysPutForTheMouse) {

@@ -28,9 +28,9 @@ struct FrameMessage {
   LPARAM lParam = 0;
 
   friend bool operator==(const FrameMessage&, const FrameMessage&) = default;
-  friend std::ostream& operator<<(std::ostream& stream, const FrameMessage& message) {
-    return stream << "message 0x" << std::hex << message.message << std::dec << " ("
-                  << message.wParam << ", " << message.lParam << ")";
+  friend std::ostream& operator<<(std::ostream& stream, const FrameMessage& posted) {
+    return stream << "message 0x" << std::hex << posted.message << std::dec << " (" << posted.wParam
+                  << ", " << posted.lParam << ")";
   }
 };
 
@@ -287,7 +287,8 @@ TEST_F(CModeSettingsAreaTest, EveryColorIsThatOfWindows) {
   });
   Open();
   const HDC dc = ::GetDC(Area());
-  for (const UINT message : {WM_CTLCOLORBTN, WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
+  for (const UINT message :
+       std::initializer_list<UINT>{WM_CTLCOLORBTN, WM_CTLCOLORDLG, WM_CTLCOLORSTATIC}) {
     ::SetBkMode(dc, OPAQUE);
     ::SetTextColor(dc, RGB(1, 2, 3));
     const HBRUSH brush = AskForBrush(Area(), message, Control(IDC_SHOW_ANNOUNCEMENT), dc);
@@ -438,6 +439,7 @@ TEST_F(CModeSettingsAreaTest, RunningOutOfMemoryAtTheStartIsReported) {
                         [](wchar_t*, int) -> int { throw std::bad_alloc(); });
   EXPECT_TRUE(area->Create(IDD_MODE_SETTINGS_AREA, frame.Window()));
   EXPECT_THAT(Posted(), ElementsAre(kError));
+  EXPECT_EQ(OwnTraces(), (Traces{InArea(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CModeSettingsAreaTest, AMachineWithoutUsableItemsHasAnEmptyList) {
@@ -513,7 +515,8 @@ TEST_F(CModeSettingsAreaTest, PassesErrorsOnAsTheyAre) {
 
 TEST_F(CModeSettingsAreaTest, OtherCommandsAreNotItsOwn) {
   Open();
-  for (const UINT notification : {CBN_DROPDOWN, CBN_CLOSEUP, CBN_SETFOCUS}) {
+  for (const UINT notification :
+       std::initializer_list<UINT>{CBN_DROPDOWN, CBN_CLOSEUP, CBN_SETFOCUS}) {
     ::SendMessageW(Area(), WM_COMMAND, MAKEWPARAM(IDC_MODE_SELECTION, notification), 0);
   }
   ::SendMessageW(Area(), WM_COMMAND, IDOK, 0);
@@ -705,6 +708,7 @@ TEST_F(CModeSettingsAreaTest, RunningOutOfMemoryIsReported) {
                         [](HWND, wchar_t*, int, BOOL) -> BOOL { throw std::bad_alloc(); });
   ChooseMode(3);
   EXPECT_THAT(Posted(), ElementsAre(kError));
+  EXPECT_EQ(OwnTraces(), (Traces{InArea(L"OnHandlerFailed", 84)}));
 }
 
 // --- Defaults ------------------------------------------------------------------------------------

@@ -34,6 +34,10 @@ class CSettingsDialogTest : public SettingsTest {
         },
         [act = std::move(act)](HWND) { act(); });
   }
+  /// The same, for a step that depends on where the keyboard is.
+  void ThenWithKeyboard(std::function<void()> act) {
+    robot.Then("settings dialog with keyboard", HasKeyboard, std::move(act));
+  }
   void ThenPress(int button) {
     Then([button] { Press(button); });
   }
@@ -149,12 +153,13 @@ TEST_F(CSettingsDialogTest, TheKeyboardGoesFromTopToBottom) {
 }
 
 TEST_F(CSettingsDialogTest, TheModeHasTheFocusAtFirst) {
-  RunAnd([] {
+  ThenWithKeyboard([] {
     const HWND combo = ::GetDlgItem(Area(), IDC_MODE_SELECTION);
     const HWND focus = ::GetFocus();
-    EXPECT_TRUE(focus == combo || ::IsChild(combo, focus) != FALSE) << TextOf(focus).size();
+    EXPECT_TRUE(focus == combo || ::IsChild(combo, focus) != FALSE);
     Press(IDC_CANCEL_BUTTON);
   });
+  Run();
 }
 
 TEST_F(CSettingsDialogTest, ColorsOfTheTitleAndTheRest) {
@@ -264,7 +269,7 @@ TEST_F(CSettingsDialogTest, EnterAndEscDoNothing) {
 }
 
 TEST_F(CSettingsDialogTest, EscAsAKeyDoesNothing) {
-  Then([] { ::PostMessageW(::GetFocus(), WM_KEYDOWN, VK_ESCAPE, 0x00010001); });
+  ThenWithKeyboard([] { ::PostMessageW(::GetFocus(), WM_KEYDOWN, VK_ESCAPE, 0x00010001); });
   ThenPress(IDC_CANCEL_BUTTON);
   EXPECT_EQ(Run(), 10);
 }
@@ -374,7 +379,7 @@ TEST_F(CSettingsDialogTest, ApplySavesAndStays) {
 }
 
 TEST_F(CSettingsDialogTest, TheFocusLeavesApplyBeforeItIsDisabled) {
-  RunAnd([] {
+  ThenWithKeyboard([] {
     Choose(Line(L"Lamp"), 1);
     PumpAll();
     ::SetFocus(Control(IDC_APPLY_BUTTON));
@@ -387,6 +392,7 @@ TEST_F(CSettingsDialogTest, TheFocusLeavesApplyBeforeItIsDisabled) {
     EXPECT_EQ(::GetFocus(), Control(IDC_CANCEL_BUTTON));
     Press(IDC_CANCEL_BUTTON);
   });
+  Run();
 }
 
 TEST_F(CSettingsDialogTest, ApplyThatFailsStaysOpenAndIsForgottenByAGoodOK) {
@@ -670,6 +676,7 @@ TEST_F(CSettingsDialogTest, WithoutMemoryAtTheStartItEnds) {
   EXPECT_TRUE(dialog.RunModal(IDD_SETTINGS, hostWindow));
   EXPECT_EQ(dialog.EndCode(), 100);
   EXPECT_THAT(Boxes(), IsEmpty());
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CSettingsDialogTest, WithoutMemoryForASaveTheUserIsTold) {
@@ -681,6 +688,7 @@ TEST_F(CSettingsDialogTest, WithoutMemoryForASaveTheUserIsTold) {
   ThenBox();
   EXPECT_EQ(Run(), 100);
   EXPECT_THAT(Boxes(), ElementsAre(kUnknownError));
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 TEST_F(CSettingsDialogTest, WithoutMemoryForTheBoxItEnds) {
@@ -692,12 +700,13 @@ TEST_F(CSettingsDialogTest, WithoutMemoryForTheBoxItEnds) {
               ::PostMessageW(Frame(), WM_MODESETTINGS_ERROR, 5, 0);
             }),
             100);
+  EXPECT_EQ(OwnTraces(), (Traces{InFrame(L"OnHandlerFailed", 84)}));
 }
 
 // --- The wheel -----------------------------------------------------------------------------------
 
 TEST_F(CSettingsDialogTest, TheWheelGoesToTheAreaAndIsTraced) {
-  RunAnd([this] {
+  ThenWithKeyboard([this] {
     ::SetFocus(Control(IDC_OK_BUTTON));
     interposition.ClearCalls();
     const WPARAM wheel = MAKEWPARAM(MK_SHIFT, static_cast<WORD>(-120));
@@ -717,10 +726,27 @@ TEST_F(CSettingsDialogTest, TheWheelGoesToTheAreaAndIsTraced) {
     ExpectTraces({InFrame(L"OnMouseWheel", 273, L"Button")});
     Press(IDC_CANCEL_BUTTON);
   });
+  Run();
+}
+
+TEST_F(CSettingsDialogTest, TheWheelOverARowScrollsTheList) {
+  RunAnd([this] {
+    const HWND item = ::GetDlgItem(Line(L"Lamp"), IDC_SETTING_ITEM);
+    interposition.Replace("GetFocus", [item]() -> HWND { return item; });
+    interposition.ClearCalls();
+    Wheel(-120);
+    std::vector<std::uint64_t> scrolls;
+    for (const Call& call : interposition.CallsOf("SendMessageW")) {
+      if (call.arguments.at(1) == WM_VSCROLL) scrolls.push_back(call.arguments.at(2));
+    }
+    EXPECT_THAT(scrolls, ElementsAre(static_cast<std::uint64_t>(SB_PAGEDOWN)));
+    ExpectTraces({InFrame(L"OnMouseWheel", 273, L"Button")});
+    Press(IDC_CANCEL_BUTTON);
+  });
 }
 
 TEST_F(CSettingsDialogTest, WhatComesBackIsHandledAndNotTraced) {
-  RunAnd([this] {
+  ThenWithKeyboard([this] {
     ::SetFocus(Control(IDC_OK_BUTTON));
     // An area that leaves the wheel to Windows, which gives it to the frame again.
     int fromArea = 0;
@@ -738,6 +764,7 @@ TEST_F(CSettingsDialogTest, WhatComesBackIsHandledAndNotTraced) {
     ExpectTraces({InFrame(L"OnMouseWheel", 273, L"Button")});
     Press(IDC_CANCEL_BUTTON);
   });
+  Run();
 }
 
 TEST_F(CSettingsDialogTest, ControlsThatUseTheWheelKeepIt) {
@@ -762,7 +789,7 @@ TEST_F(CSettingsDialogTest, ControlsThatUseTheWheelKeepIt) {
 }
 
 TEST_F(CSettingsDialogTest, ClassNamesCompareInAnyCase) {
-  RunAnd([this] {
+  ThenWithKeyboard([this] {
     ::SetFocus(Control(IDC_OK_BUTTON));
     for (const wchar_t* name : {L"COMBOBOX", L"combobox", L"COMBOBOXEX32", L"MSCTLS_TRACKBAR32"}) {
       interposition.Replace("GetClassNameW", [name](HWND, wchar_t* buffer, int size) -> int {
@@ -776,6 +803,7 @@ TEST_F(CSettingsDialogTest, ClassNamesCompareInAnyCase) {
     }
     Press(IDC_CANCEL_BUTTON);
   });
+  Run();
 }
 
 TEST_F(CSettingsDialogTest, WithoutAFocusTheWheelIsLeftAlone) {
@@ -797,7 +825,7 @@ TEST_F(CSettingsDialogTest, TheGuardIsFreeAfterAFailure) {
     ::SendMessageW(Frame(), WM_MOUSEWHEEL, MAKEWPARAM(0, 120), 0);
     interposition.Replace("GetFocus", []() -> HWND { return nullptr; });
     Wheel(-120);
-    ExpectTraces({InFrame(L"OnMouseWheel", 265)});
+    ExpectTraces({InFrame(L"OnHandlerFailed", 84), InFrame(L"OnMouseWheel", 265)});
   });
   ThenBox();
   EXPECT_EQ(Run(), 100);

@@ -13,7 +13,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 constexpr const wchar_t* kValue = L"Value";
-constexpr const wchar_t* kKey = L"Software\\Brivane";
+// Of its own: programs that tests start write to the real registry, too.
+constexpr const wchar_t* kKey = L"Software\\ModeChangeSandboxTest";
 
 class SandboxTest : public ModeChangeTest {
  protected:
