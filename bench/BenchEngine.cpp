@@ -1,18 +1,29 @@
-// The least that an engine can be: one device with two values, set as soon as it is asked for. It
-// does without the C++ runtime, so that loading it costs little beside what the library does.
+// The least that an engine can be: one device with two, three or five values, set as soon as it is
+// asked for. It does without the C++ runtime, so that loading it costs little beside what the
+// library does.
 
 #include <velto/device_engine.h>
 
 namespace {
 
-constexpr INT32 kValueCount = 2;
-
 int device;
+HINSTANCE self;
+
+/// The number in the file's name says, so that the settings dialog gets rows of all kinds.
+INT32 CountValues() {
+  constexpr INT32 kCounts[] = {2, 3, 5};
+  WCHAR path[MAX_PATH];
+  UINT digits = 0;
+  for (DWORD i = ::GetModuleFileNameW(self, path, MAX_PATH); i > 0 && path[i - 1] != L'\\'; --i) {
+    if (path[i - 1] >= L'0' && path[i - 1] <= L'9') digits += path[i - 1] - L'0';
+  }
+  return kCounts[digits % 3];
+}
 
 }  // namespace
 
-extern "C" BOOL WINAPI DllMainCRTStartup(HINSTANCE /*instance*/, DWORD /*reason*/,
-                                         void* /*reserved*/) {
+extern "C" BOOL WINAPI DllMainCRTStartup(HINSTANCE instance, DWORD /*reason*/, void* /*reserved*/) {
+  self = instance;
   return TRUE;
 }
 
@@ -34,11 +45,15 @@ BOOL WINAPI VeltoDeviceEngine_SelectDevice(VELTO_DEVICE_ENGINE_HANDLE /*handle*/
   return TRUE;
 }
 
-// A change asks for no texts.
+// Texts of the sample configuration.
 BOOL WINAPI VeltoDeviceEngine_GetStringInformation(VELTO_DEVICE_ENGINE_HANDLE /*handle*/,
-                                                   UINT /*identifier*/, UINT /*subIndex*/,
-                                                   UINT* /*length*/, WCHAR* /*buffer*/) {
-  return FALSE;
+                                                   UINT identifier, UINT subIndex, UINT* length,
+                                                   WCHAR* buffer) {
+  const int written = identifier == VELTO_ENGINE_STRING_ITEM_KEY
+                          ? ::wsprintfW(buffer, L"PointerSpeed_Name")
+                          : ::wsprintfW(buffer, L"PointerSpeed_Value%u", subIndex);
+  *length = static_cast<UINT>(written + 1);
+  return TRUE;
 }
 
 BOOL WINAPI VeltoDeviceEngine_GetINT32Information(VELTO_DEVICE_ENGINE_HANDLE /*handle*/,
@@ -50,7 +65,7 @@ BOOL WINAPI VeltoDeviceEngine_GetINT32Information(VELTO_DEVICE_ENGINE_HANDLE /*h
       *value = 1;
       return TRUE;
     case VELTO_ENGINE_INT32_VALUE_COUNT:
-      *value = kValueCount;
+      *value = CountValues();
       return TRUE;
     case VELTO_ENGINE_INT32_CURRENT_VALUE:
     case VELTO_ENGINE_INT32_BUSY:

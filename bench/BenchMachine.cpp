@@ -1,5 +1,7 @@
 #include "BenchMachine.h"
 
+#include <windows.h>
+
 #include <chrono>
 #include <cstdio>
 #include <fstream>
@@ -13,6 +15,9 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr const wchar_t* kLocale = L"en-US";
+constexpr std::size_t kItemsPerGroup = 16;
 
 std::wstring GetItem(std::size_t index) {
   return L"Item" + std::to_wstring(index);
@@ -41,9 +46,35 @@ BenchMachine::BenchMachine(fs::path folder, const fs::path& engine, std::size_t 
 BenchMachine::~BenchMachine() {
   Files::RemoveTree(folder / L"Engines");
   Files::RemoveTree(ApplicationData());
+  Files::RemoveTree(folder / kLocale);
   for (const auto& entry : fs::directory_iterator(folder)) {
     if (entry.path().extension() == L".ini") Files::RemoveTree(entry.path());
   }
+}
+
+void BenchMachine::AddSettings(const fs::path& texts) const {
+  const fs::path config = folder / L"ModeChange.Config.ini";
+  const fs::path copied = folder / kLocale / texts.filename();
+  fs::create_directories(copied.parent_path());
+  fs::copy_file(texts, copied);
+  const auto write = [](const fs::path& file, const std::wstring& section, const std::wstring& key,
+                        const std::wstring& value) {
+    ::WritePrivateProfileStringW(section.c_str(), key.c_str(), value.c_str(), file.c_str());
+  };
+  write(copied, L"Mode", L"Bench", L"Bench mode");
+  const std::size_t groups = (itemCount + kItemsPerGroup - 1) / kItemsPerGroup;
+  write(config, L"SettingGroupList", L"SettingGroupCount", std::to_wstring(groups));
+  for (std::size_t group = 0; group < groups; ++group) {
+    const std::wstring name = L"Group" + std::to_wstring(group);
+    write(config, L"SettingGroupList", L"Setting" + name, name);
+    write(config, name, L"SettingItemCount", std::to_wstring(kItemsPerGroup));
+    write(copied, L"SettingGroup", name, name);
+  }
+  for (std::size_t i = 0; i < itemCount; ++i) {
+    write(config, L"Group" + std::to_wstring(i / kItemsPerGroup),
+          L"SettingItem" + std::to_wstring(i % kItemsPerGroup), GetItem(i));
+  }
+  AgeFiles();
 }
 
 void BenchMachine::ResetStatus() const {
@@ -74,9 +105,12 @@ void BenchMachine::WriteConfiguration() const {
   Write(folder / L"ModeChange.DefaultSettings.ini", defaults.Bytes());
   Write(folder / L"ModeChange.UsableModeList.ini",
         IniFile().Section(L"UsableModeList").Key(L"ModeCount", 1).Key(L"Mode0", L"Bench").Bytes());
-  // Wine keeps what it read of a file only once the file is two seconds old, as a maker's files
-  // are.
-  for (const auto& entry : fs::directory_iterator(folder)) {
+  AgeFiles();
+}
+
+/// Wine keeps what it read of a file only once the file is two seconds old, as a maker's files are.
+void BenchMachine::AgeFiles() const {
+  for (const auto& entry : fs::recursive_directory_iterator(folder)) {
     if (entry.path().extension() != L".ini") continue;
     fs::last_write_time(entry.path(), fs::file_time_type::clock::now() - std::chrono::hours(1));
   }

@@ -15,6 +15,9 @@ class BenchMachine {
   BenchMachine(const BenchMachine&) = delete;
   BenchMachine& operator=(const BenchMachine&) = delete;
 
+  /// What the settings dialog needs as well: setting groups, and the texts of a sample file.
+  void AddSettings(const std::filesystem::path& texts) const;
+
   [[nodiscard]] std::filesystem::path ApplicationData() const { return folder / L"ProgramData"; }
   /// The status file of a machine whose mode was never ON: the next change to ON writes each item.
   void ResetStatus() const;
@@ -23,6 +26,7 @@ class BenchMachine {
 
  private:
   void WriteConfiguration() const;
+  void AgeFiles() const;
   void CopyEngines(const std::filesystem::path& engine) const;
   [[nodiscard]] std::filesystem::path StatusFile() const;
 

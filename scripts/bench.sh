@@ -5,18 +5,20 @@
 
 usage() {
   cat <<'TEXT'
-Usage: scripts/bench.sh [readers|change|load] [ROUNDS]
+Usage: scripts/bench.sh [readers|change|settings|load] [ROUNDS]
 
 Installs what is missing on Debian 12, builds the release build's benchmarks and runs them
 through Wine, all or the one that is named. The machine should have nothing else to do.
 
-  readers  each question to a reader against the bare Windows calls that it makes
-  change   a change of 16, 64 and 256 setting items against the bare calls that it needs;
-           before that, which calls an item takes
-  load     the library's size, and its time to load next to an empty DLL's
+  readers   each question to a reader against the bare Windows calls that it makes
+  change    a change of 16, 64 and 256 setting items against the bare calls that it needs;
+            before that, which calls an item takes
+  settings  the settings dialog of 16, 64 and 128 rows, up to its first paint, against making the
+            same windows directly
+  load      the library's size, and its time to load next to an empty DLL's
 
-  ROUNDS   how often what is compared takes turns; more rounds, steadier figures
-  --help   this text
+  ROUNDS    how often what is compared takes turns; more rounds, steadier figures
+  --help    this text
 TEXT
 }
 
@@ -41,6 +43,11 @@ bench_change() {
   run change/change_bench.exe "$@"
 }
 
+bench_settings() {
+  log "Comparing the settings dialog with one made directly"
+  run settings/settings_bench.exe "$@"
+}
+
 bench_load() {
   log "Comparing the library with an empty DLL"
   run change/load_bench.exe "$@"
@@ -50,13 +57,13 @@ if [[ ${1-} == --help ]]; then
   usage
   exit
 fi
-benches=(readers change load)
-if [[ ${1-} =~ ^(readers|change|load)$ ]]; then
+benches=(readers change settings load)
+if [[ ${1-} =~ ^(readers|change|settings|load)$ ]]; then
   benches=("$1")
   shift
 fi
 (($# <= 1)) && [[ ${1-1} =~ ^[1-9][0-9]*$ ]] || wrong_usage
 
 install_packages
-build release readers_bench change_bench load_bench
+build release readers_bench change_bench settings_bench load_bench
 for bench in "${benches[@]}"; do "bench_$bench" "$@"; done

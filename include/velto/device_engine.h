@@ -54,11 +54,11 @@ typedef void* VELTO_DEVICE_ENGINE_HANDLE; /* NOLINT(modernize-use-using): C has 
 /* Identifiers of VeltoDeviceEngine_GetINT32Information. CURRENT_VALUE answers one of the values,
    also where the device stands between two of them: the nearest one, which is what switching the
    mode OFF brings back. */
-#define VELTO_ENGINE_INT32_SUPPORTED 0       /* 1 when the item is supported here; sub-index 0 */
-#define VELTO_ENGINE_INT32_VALUE_COUNT 1     /* number of values, available or not; sub-index 0 */
-#define VELTO_ENGINE_INT32_VALUE_AVAILABLE 2 /* 1 when the value can be had here; sub-index: value */
-#define VELTO_ENGINE_INT32_CURRENT_VALUE 3   /* the value that the device has now; sub-index 0 */
-#define VELTO_ENGINE_INT32_BUSY 4            /* 1 when no value can be set now; sub-index 0 */
+#define VELTO_ENGINE_INT32_SUPPORTED 0       /* 1 when the item is supported; sub-index 0 */
+#define VELTO_ENGINE_INT32_VALUE_COUNT 1     /* all values, available or not; sub-index 0 */
+#define VELTO_ENGINE_INT32_VALUE_AVAILABLE 2 /* 1 when it can be had here; sub-index: the value */
+#define VELTO_ENGINE_INT32_CURRENT_VALUE 3   /* the value that the device has; sub-index 0 */
+#define VELTO_ENGINE_INT32_BUSY 4            /* 1 when none can be set now; sub-index 0 */
 
 /* Identifier of VeltoDeviceEngine_RequestToSetINT32Information. */
 #define VELTO_ENGINE_REQUEST_VALUE 0

@@ -56,9 +56,9 @@ typedef void* VELTO_MODE_CHANGE_HANDLE; /* NOLINT(modernize-use-using): C has no
 /* Identifiers of VeltoModeChange_GetINT32Information; the sub-index is ignored. */
 #define VELTO_MODE_INT32_TYPE 0             /* a VELTO_MODE_TYPE_... value */
 #define VELTO_MODE_INT32_STATUS_COUNT 1     /* always 2 */
-#define VELTO_MODE_INT32_CURRENT_STATUS 2   /* a VELTO_MODE_STATUS_... value; OFF if never switched */
-#define VELTO_MODE_INT32_SETTINGS_CHANGED 3 /* 1 when the user changed what the mode does, else 0 */
-#define VELTO_MODE_INT32_AUTO_ON_OFF 4      /* 1 when the mode may be switched automatically, else 0 */
+#define VELTO_MODE_INT32_CURRENT_STATUS 2   /* a VELTO_MODE_STATUS_... value; OFF at first */
+#define VELTO_MODE_INT32_SETTINGS_CHANGED 3 /* 1 when the user changed what it does, else 0 */
+#define VELTO_MODE_INT32_AUTO_ON_OFF 4      /* 1 when it may be switched automatically, else 0 */
 
 /* Values of VELTO_MODE_INT32_TYPE. */
 #define VELTO_MODE_TYPE_CRADLE 0
@@ -71,10 +71,10 @@ typedef void* VELTO_MODE_CHANGE_HANDLE; /* NOLINT(modernize-use-using): C has no
 #define VELTO_MODE_REQUEST_STATUS 0 /* value: the wanted VELTO_MODE_STATUS_... */
 
 /* wParam of the notification message; its lParam is 0. */
-#define VELTO_MODE_CHANGE_FAILED 0           /* items that were already set keep their values */
-#define VELTO_MODE_CHANGE_COMPLETED 1        /* also when the user cancelled the confirmation */
-#define VELTO_MODE_CHANGE_ENGINE_RESULT_2 2  /* a device engine ended the change; the meaning */
-#define VELTO_MODE_CHANGE_ENGINE_RESULT_3 3  /* of the two results is the engine's own */
+#define VELTO_MODE_CHANGE_FAILED 0          /* items that were already set keep their values */
+#define VELTO_MODE_CHANGE_COMPLETED 1       /* also when the user cancelled the confirmation */
+#define VELTO_MODE_CHANGE_ENGINE_RESULT_2 2 /* a device engine ended the change; the meaning */
+#define VELTO_MODE_CHANGE_ENGINE_RESULT_3 3 /* of the two results is the engine's own */
 
 /*
  * Opens the library on the calling thread. `handle` must not be null and is written on success

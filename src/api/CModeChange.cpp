@@ -52,8 +52,26 @@ bool TakeOneShotSuppression() noexcept {
 
 }  // namespace
 
+CModeChange::CCall::CCall(CModeChange& object) noexcept : object(object) {
+  ++object.callCount;
+}
+
+CModeChange::CCall::~CCall() {
+  if (--object.callCount == 0 && object.isDeleted) delete &object;
+}
+
 CModeChange::~CModeChange() {
-  if (changeModeWindow != nullptr) ::PostMessageW(changeModeWindow, WM_CLOSE, 0, 0);
+  CloseWindow();
+}
+
+void CModeChange::Delete(CModeChange* object) noexcept {
+  if (object == nullptr) return;
+  if (object->callCount == 0) {
+    delete object;
+    return;
+  }
+  object->isDeleted = true;
+  object->CloseWindow();
 }
 
 bool CModeChange::Initiallize() {
@@ -249,6 +267,8 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
     }
   }
 
+  // An engine that the confirmation asked, or the host while it stood, may have deleted the handle.
+  if (changeModeWindow == nullptr) return trace.Write(L"CModeChange::RequestToChangeMode", 924);
   ChangeModeRequest request{window, message, keyName.c_str(), status};
   COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
   ::SendMessageW(changeModeWindow, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
@@ -286,4 +306,9 @@ bool CModeChange::PinDLL() const {
     return trace.WriteTextUInt(L"CModeChange::PinDLL", 960, path.data(), error);
   }
   return true;
+}
+
+void CModeChange::CloseWindow() noexcept {
+  const HWND closed = std::exchange(changeModeWindow, nullptr);
+  if (closed != nullptr) ::PostMessageW(closed, WM_CLOSE, 0, 0);
 }

@@ -20,10 +20,25 @@ class CModeChange {
   static constexpr UINT kStatusCount = 2;
 
   CModeChange() noexcept = default;
-  /// Has the window close itself when the thread next handles messages.
   ~CModeChange();
   CModeChange(const CModeChange&) = delete;
   CModeChange& operator=(const CModeChange&) = delete;
+
+  /// Keeps an object through a call that handles messages: its handle may be deleted meanwhile.
+  class CCall {
+   public:
+    explicit CCall(CModeChange& object) noexcept;
+    ~CCall();
+    CCall(const CCall&) = delete;
+    CCall& operator=(const CCall&) = delete;
+
+   private:
+    CModeChange& object;
+  };
+
+  /// Deletes the object, or leaves that to the call that runs. Its window closes itself when the
+  /// thread next handles messages.
+  static void Delete(CModeChange* object) noexcept;
 
   /// Reads the modes, makes the window and pins the library. To be called once, first.
   bool Initiallize();
@@ -58,10 +73,13 @@ class CModeChange {
 
   bool LoadModeInformation();
   bool PinDLL() const;
+  void CloseWindow() noexcept;
 
   std::vector<Mode> modes;
   bool modeSelected = false;
   UINT selectedIndex = 0;
   HWND changeModeWindow = nullptr;
   TraceLog trace;
+  UINT callCount = 0;
+  bool isDeleted = false;
 };

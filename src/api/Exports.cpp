@@ -32,7 +32,7 @@ BOOL WINAPI VeltoModeChange_CreateHandle(VELTO_MODE_CHANGE_HANDLE* handle) {
 
 BOOL WINAPI VeltoModeChange_DeleteHandle(VELTO_MODE_CHANGE_HANDLE handle) {
   const TraceLog trace;
-  delete GetObjectOf(handle);
+  CModeChange::Delete(GetObjectOf(handle));
   return TRUE;
 }
 
@@ -95,8 +95,10 @@ BOOL WINAPI VeltoModeChange_RequestToSetINT32Information(VELTO_MODE_CHANGE_HANDL
                                                          UINT notificationMessage) {
   const TraceLog trace;
   if (handle == nullptr) return trace.Write(L"VeltoModeChange_RequestToSetINT32Information", 329);
-  if (!GetObjectOf(handle)->RequestToSetINT32Information(identifier, kNoSubIndex, value,
-                                                         notificationWindow, notificationMessage)) {
+  CModeChange& object = *GetObjectOf(handle);
+  const CModeChange::CCall call(object);
+  if (!object.RequestToSetINT32Information(identifier, kNoSubIndex, value, notificationWindow,
+                                           notificationMessage)) {
     trace.WriteUIntPair(L"VeltoModeChange_RequestToSetINT32Information", 339, identifier, subIndex);
     return trace.WriteInt(L"VeltoModeChange_RequestToSetINT32Information", 341, value);
   }
@@ -106,7 +108,9 @@ BOOL WINAPI VeltoModeChange_RequestToSetINT32Information(VELTO_MODE_CHANGE_HANDL
 BOOL WINAPI VeltoModeChange_ShowSettingsDialog(VELTO_MODE_CHANGE_HANDLE handle, HWND parent) {
   const TraceLog trace;
   if (handle == nullptr) return trace.Write(L"VeltoModeChange_ShowSettingsDialog", 373);
-  if (!GetObjectOf(handle)->ShowSettingsDialog(parent)) {
+  CModeChange& object = *GetObjectOf(handle);
+  const CModeChange::CCall call(object);
+  if (!object.ShowSettingsDialog(parent)) {
     return trace.Write(L"VeltoModeChange_ShowSettingsDialog", 382);
   }
   return TRUE;

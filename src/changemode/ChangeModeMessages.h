@@ -21,5 +21,6 @@ constexpr WPARAM kItemDone = VELTO_ENGINE_RESULT_DONE;
 constexpr WPARAM kItemResult2 = VELTO_ENGINE_RESULT_2;
 constexpr WPARAM kItemResult3 = VELTO_ENGINE_RESULT_3;
 
-/// Posted by a change-mode window to the progress dialog: the change finished; wParam is its result.
+/// Posted by a change-mode window to the progress dialog: the change finished; wParam is its
+/// result.
 constexpr UINT WM_UPDATEPCENVIRONMENT_COMPLETED = WM_APP + 1200;

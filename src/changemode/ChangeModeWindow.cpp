@@ -3,6 +3,7 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <utility>
 #include <vector>
 
 #include "changemode/ChangeModeMessages.h"
@@ -246,6 +247,15 @@ bool SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
   return TakeOverFromOtherMode(statuses, item, oldValue, newValue, current, value);
 }
 
+/// Whether the engine's item is still the one to be set. An engine that handles messages while it
+/// is asked can have the change end, or another request take its place: what is left of it must not
+/// touch devices, nor what is remembered of them.
+bool IsUnderWay(HWND window, const CDeviceEngineHelper* engine) noexcept {
+  const ChangeModeWindowData* data = GetData(window);
+  return data != nullptr && data->engine.get() == engine &&
+         data->stage == ChangeModeWindowData::Stage::kItemUnderWay;
+}
+
 /// Has the engine set the value, or reports the item as done at once where there is nothing to set.
 bool RequestToSetDeviceStatus(CDeviceEngineHelper& engine, std::int32_t value, HWND window) {
   if (value < 0) {
@@ -290,6 +300,7 @@ bool RequestToSetDeviceStatus(CDeviceEngineHelper& engine, std::int32_t value, H
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::RequestToSetDeviceStatus",
                             738);
   }
+  if (!IsUnderWay(window, &engine)) return true;
   if (!engine.RequestToSetINT32Information(value, window)) {
     return TraceLog().WriteInt(L"ChangeModeWindow::`anonymous-namespace'::RequestToSetDeviceStatus",
                                746, value);
@@ -398,15 +409,14 @@ bool OnSetDeviceStatus(HWND window) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 392,
                             item.c_str());
   }
-  data->engine.reset();
-  data->engine = std::make_shared<CDeviceEngineHelper>(enginePath);
-
-  // An engine that pumps messages can end this change, or the window, while it is being asked. So
-  // nothing of the record is used from here on.
-  const std::shared_ptr<CDeviceEngineHelper> engine = data->engine;
+  const auto engine = std::make_shared<CDeviceEngineHelper>(enginePath);
   const CWideString currentOnModeName = data->currentOnModeName;
   const CWideString newModeName = data->newModeName;
   const UINT newModeStatus = data->newModeStatus;
+
+  // An engine that handles messages can end this change, or the window, while it is being asked or
+  // closed. So nothing of the record is used from here on.
+  std::exchange(data->engine, engine).reset();
 
   bool usable = false;
   if (!IsSettingItemUsableInThisPC(engine.get(), &usable)) {
@@ -419,6 +429,7 @@ bool OnSetDeviceStatus(HWND window) {
   if (!engine->SelectDevice()) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnSetDeviceStatus", 419);
   }
+  if (!IsUnderWay(window, engine.get())) return true;
   std::int32_t value = CModeChangeSettings::kDoNothing;
   if (!SaveNormaiEnvironmentAndGetSettingItemValueForNewModeStatus(
           *readers, currentOnModeName.c_str(), newModeName.c_str(), newModeStatus, item.c_str(),

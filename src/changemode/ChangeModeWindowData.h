@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "changemode/ChangeModeReaders.h"
@@ -21,6 +22,8 @@ struct ChangeModeWindowData {
 
   /// Forgets the change and unloads its engine; the setting items stay.
   void Reset() noexcept {
+    // Last: an engine that handles messages while it is closed can have this record go.
+    const std::shared_ptr<CDeviceEngineHelper> closed = std::move(engine);
     busy = false;
     notifyWindow = nullptr;
     notifyMessage = 0;
@@ -28,7 +31,6 @@ struct ChangeModeWindowData {
     currentOnModeName = {};
     newModeName = {};
     newModeStatus = 0;
-    engine.reset();
     stage = Stage::kIdle;
     readers.reset();
   }

@@ -11,19 +11,22 @@
 
 #include <windows.h>
 
+// The names are the runtime's.
+// NOLINTBEGIN(bugprone-reserved-identifier, readability-identifier-naming)
+
 extern "C" {
 
 // Where the block's template begins, and which of a thread's blocks is this module's; both belong
 // to the C runtime's description of the block.
-extern char* _tls_start;  // NOLINT(bugprone-reserved-identifier)
-extern ULONG _tls_index;  // NOLINT(bugprone-reserved-identifier)
+extern char* _tls_start;
+extern ULONG _tls_index;
 
 }  // extern "C"
 
-namespace __cxxabiv1 {  // NOLINT(bugprone-reserved-identifier): the name is the runtime's
+namespace __cxxabiv1 {
 
 /// As the C++ ABI lays it down.
-struct __cxa_eh_globals {  // NOLINT(bugprone-reserved-identifier)
+struct __cxa_eh_globals {
   void* caughtExceptions;
   unsigned int uncaughtExceptions;
 };
@@ -53,3 +56,5 @@ extern "C" __cxa_eh_globals* __cxa_get_globals_fast() noexcept {
 }
 
 }  // namespace __cxxabiv1
+
+// NOLINTEND(bugprone-reserved-identifier, readability-identifier-naming)

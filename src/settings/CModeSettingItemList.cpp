@@ -254,13 +254,13 @@ bool CModeSettingItemList::PlaceRow(HWND row, LONG* y) const {
 }
 
 void CModeSettingItemList::ReleaseRows() noexcept {
-  // Taken out first: whatever it sets off that a row closes, it finds a list without rows.
+  // Taken out first: whatever it sets off that a row or an engine closes, it finds an empty list.
+  const std::vector<SettingGroupInformation> engines = std::exchange(settingGroups, {});
   std::vector<RowGroup> closing = std::exchange(rowGroups, {});
   for (RowGroup& rows : closing) {
     CloseRow(&rows.title);
     for (auto& line : rows.lines) CloseRow(&line);
   }
-  settingGroups.clear();
 }
 
 bool CModeSettingItemList::IsSentByLine(HWND sender) const noexcept {

@@ -111,6 +111,14 @@ void CSettingsDialog::OnHandlerFailed(UINT message) noexcept {
 }
 
 INT_PTR CSettingsDialog::OnInitDialog() {
+  const bool wasMade = MakeControls();
+  if (!wasMade) endCode = kFailed;
+  if (!wasMade || isToClose) Close();
+  return TRUE;
+}
+
+bool CSettingsDialog::MakeControls() {
+  const CFlagScope making(&isBeingMade);
   SetControlFonts();
   bool succeeded = SetControlText();
   if (!succeeded) {
@@ -120,11 +128,7 @@ INT_PTR CSettingsDialog::OnInitDialog() {
     if (!succeeded) trace.Write(L"CSettingsDialog::OnInitDialog", 62);
   }
   EnableApply(false);
-  if (!succeeded) {
-    endCode = kFailed;
-    Close();
-  }
-  return TRUE;
+  return succeeded;
 }
 
 INT_PTR CSettingsDialog::OnCommand(WORD control) {
@@ -142,7 +146,7 @@ INT_PTR CSettingsDialog::OnCommand(WORD control) {
 }
 
 INT_PTR CSettingsDialog::OnOK() {
-  if (isSaving || isClosing) return Handled();
+  if (isBeingMade || isSaving || isClosing) return Handled();
   const std::int32_t result = SaveSettings();
   if (EndsWithError()) return Handled();
   switch (result) {
@@ -168,7 +172,7 @@ INT_PTR CSettingsDialog::OnOK() {
 }
 
 INT_PTR CSettingsDialog::OnApply() {
-  if (isSaving || isClosing) return Handled();
+  if (isBeingMade || isSaving || isClosing) return Handled();
   const std::int32_t result = SaveSettings();
   if (EndsWithError()) return Handled();
   switch (result) {
@@ -231,8 +235,9 @@ INT_PTR CSettingsDialog::OnControlColor(UINT message, HDC dc, HWND control) {
 }
 
 INT_PTR CSettingsDialog::OnClose() noexcept {
-  // The area must not go while it saves, nor the owner of a message box.
-  if (isSaving || isErrorShown) {
+  // The area must not go while it saves, nor the owner of a message box, nor a row whose engine
+  // handles messages while the row is made.
+  if (isBeingMade || isSaving || isErrorShown) {
     isToClose = true;
     return Handled();
   }
@@ -335,45 +340,32 @@ bool CSettingsDialog::EndsWithError() noexcept {
 // --- Message boxes -------------------------------------------------------------------------------
 
 bool CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorUnknown(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorUnknown,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 509},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatUnknownErrorOccured", 516});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings() {
-  CModeChangeResource resource;
-  CWideString applicationName;
-  if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550);
-  }
-  CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedSaveSettings(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557);
-  }
-  return ShowError(text, applicationName);
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedSaveSettings,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 550},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedSeveSettings", 557});
 }
 
 bool CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment() {
+  return ShowError(&CModeChangeResource::GetModeSettingsDialogErrorFailedUpdatePcEnvironment,
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591},
+                   {L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598});
+}
+
+bool CSettingsDialog::ShowError(bool (CModeChangeResource::*getText)(CWideString* text),
+                                const TracePoint& noApplicationName, const TracePoint& noText) {
   CModeChangeResource resource;
   CWideString applicationName;
   if (!resource.GetApplicationName(&applicationName)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 591);
+    return trace.Write(noApplicationName.function, noApplicationName.line);
   }
   CWideString text;
-  if (!resource.GetModeSettingsDialogErrorFailedUpdatePcEnvironment(&text)) {
-    return trace.Write(L"CSettingsDialog::ShowErrorMessageBoxThatFailedUpdatePcEnvironment", 598);
-  }
-  return ShowError(text, applicationName);
-}
-
-bool CSettingsDialog::ShowError(const CWideString& text, const CWideString& applicationName) {
+  if (!(resource.*getText)(&text)) return trace.Write(noText.function, noText.line);
   // The dialog may have gone with its owner, while devices changed.
   if (Window() == nullptr) return false;
   const CFlagScope shown(&isErrorShown);

@@ -6,6 +6,7 @@
 
 #include "common/CWideString.h"
 #include "common/dialog/CDialogBase.h"
+#include "config/CModeChangeResource.h"
 #include "settings/CModeSettingsArea.h"
 #include "settings/design/CUIDesigner.h"
 #include "trace/TraceLog.h"
@@ -41,6 +42,7 @@ class CSettingsDialog final : public CDialogBase {
   INT_PTR OnControlColor(UINT message, HDC dc, HWND control);
   INT_PTR OnClose() noexcept;
 
+  bool MakeControls();
   void SetControlFonts() const noexcept;
   bool SetControlText();
   bool CreateModeSettingsArea();
@@ -57,11 +59,13 @@ class CSettingsDialog final : public CDialogBase {
   bool ShowErrorMessageBoxThatUnknownErrorOccured();
   bool ShowErrorMessageBoxThatFailedSeveSettings();
   bool ShowErrorMessageBoxThatFailedUpdatePcEnvironment();
-  [[nodiscard]] bool ShowError(const CWideString& text, const CWideString& applicationName);
+  [[nodiscard]] bool ShowError(bool (CModeChangeResource::*getText)(CWideString* text),
+                               const TracePoint& noApplicationName, const TracePoint& noText);
 
   CUIDesigner designer;
   std::int32_t endCode = kClosed;
   bool forwardsWheel = false;
+  bool isBeingMade = false;
   bool isSaving = false;
   bool isErrorShown = false;
   bool hasFailed = false;

@@ -67,6 +67,10 @@ BOOL ScriptedEngine::SelectDevice(void* /*handle*/, UINT index) {
 BOOL ScriptedEngine::GetStringInformation(void* /*handle*/, UINT identifier, UINT subIndex,
                                           UINT* length, WCHAR* buffer) {
   if (!Record(WithNumbers("GetStringInformation", identifier, subIndex))) return FALSE;
+  if (writeText) {
+    writeText(identifier, subIndex, length, buffer);
+    return TRUE;
+  }
   const std::wstring text = identifier == 0 ? itemKey : valueKeyPrefix + std::to_wstring(subIndex);
   if (text.size() + 1 > *length) return FALSE;
   std::wmemcpy(buffer, text.c_str(), text.size() + 1);

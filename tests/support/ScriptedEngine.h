@@ -44,6 +44,8 @@ class ScriptedEngine final : public EngineBehaviour {
   INT32 busy = 0;
   std::wstring itemKey = L"Item";
   std::wstring valueKeyPrefix = L"Value";  // followed by the value's number
+  /// Instead of the keys: writes what it likes into the buffer and its length.
+  std::function<void(UINT identifier, UINT subIndex, UINT* length, WCHAR* buffer)> writeText;
   bool nullHandle = false;
   bool setsCurrent = true;  // whether an accepted request changes `current`
   Completion completion = Completion::kAtOnce;
