@@ -58,7 +58,7 @@ fi
 
 # A process tries so many sets and ends: what is left over shows at its end, and a failure costs
 # only the rest of one block.
-readonly block=250
+readonly block=500
 readonly blocks=$PWD/build/fuzz/blocks
 export VELTO_SUPERVISOR_SECONDS=$((block * 60))
 

@@ -120,6 +120,8 @@ void DialogUser::Begin(Random& newRandom, std::size_t actions) {
   random = &newRandom;
   actionsLeft = actions;
   isLeaving = false;
+  hasActed = actions > 0;
+  hasOnlyLooked = false;
   lastDialog = nullptr;
 }
 
@@ -232,26 +234,31 @@ void DialogUser::Press(HWND window, WPARAM key) {
 }
 
 void DialogUser::LeaveSettings(HWND dialog) {
-  if (!isLeaving) {
-    ++statistics.settingsDialogs;
-    isLeaving = true;
-    switch (random->Below(5)) {
-      case 0:
-        Click(dialog, IDC_CANCEL_BUTTON);
-        return;
-      case 1:
-        ::PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
-        return;
-      case 2:
-        ::PostMessageW(dialog, WM_CLOSE, 0, 0);
-        return;
-      default:
-        Click(dialog, IDC_OK_BUTTON);
-        return;
-    }
+  if (isLeaving) {
+    // What can't be saved stays open.
+    Click(dialog, IDC_CANCEL_BUTTON);
+    return;
   }
-  // What can't be saved stays open.
-  Click(dialog, IDC_CANCEL_BUTTON);
+  isLeaving = true;
+  ++statistics.settingsDialogs;
+  const std::size_t way = random->Below(5);
+  const bool isSaving = way >= 3;
+  ++(isSaving ? statistics.settingsSaved : statistics.settingsCancelled);
+  hasOnlyLooked = !isSaving && !hasActed;
+  switch (way) {
+    case 0:
+      Click(dialog, IDC_CANCEL_BUTTON);
+      break;
+    case 1:
+      ::PostMessageW(dialog, WM_SYSCOMMAND, SC_CLOSE, 0);
+      break;
+    case 2:
+      ::PostMessageW(dialog, WM_CLOSE, 0, 0);
+      break;
+    default:
+      Click(dialog, IDC_OK_BUTTON);
+      break;
+  }
 }
 
 void DialogUser::OnProgress(HWND dialog) {

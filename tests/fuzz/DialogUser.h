@@ -19,6 +19,8 @@ class DialogUser {
   struct Statistics {
     std::uint64_t confirmations = 0;
     std::uint64_t settingsDialogs = 0;
+    std::uint64_t settingsSaved = 0;  // left by OK
+    std::uint64_t settingsCancelled = 0;
     std::uint64_t progressDialogs = 0;
     std::uint64_t messageBoxes = 0;
     std::uint64_t actions = 0;
@@ -33,6 +35,8 @@ class DialogUser {
 
   /// Another user, with as many actions in the next settings dialog before it is left.
   void Begin(Random& newRandom, std::size_t actions);
+  /// This user opened the settings dialog, used nothing in it and left without saving.
+  [[nodiscard]] bool HasOnlyLooked() const noexcept { return hasOnlyLooked; }
   [[nodiscard]] const Statistics& Counts() const noexcept { return statistics; }
 
  private:
@@ -60,6 +64,8 @@ class DialogUser {
   Random* random = nullptr;
   std::size_t actionsLeft = 0;
   bool isLeaving = false;
+  bool hasActed = false;
+  bool hasOnlyLooked = false;
   HWND lastDialog = nullptr;
   Statistics statistics;
 };

@@ -74,8 +74,8 @@ FileSet::FileSet(Sandbox& sandbox)
           {L"ModeChange.UsableModeList.ini", ReadSoundFile(L"ModeChange.UsableModeList.ini")},
           {L"ModeChange.DefaultSettings.ini", ReadSoundFile(L"ModeChange.DefaultSettings.ini")},
           {L"en-US/ModeChange.Resource.ini", ReadSoundFile(L"en-US/ModeChange.Resource.ini")},
-          {sandbox.DataFile(L"ModeChange.Settings.ini"), GetUserSettings()},
-          {sandbox.DataFile(L"ModeChange.Status.ini"), GetStatus()},
+          {sandbox.DataFile(L"ModeChange.Settings.ini"), GetUserSettings(), true},
+          {sandbox.DataFile(L"ModeChange.Status.ini"), GetStatus(), true},
       } {}
 
 std::size_t FileSet::Write(const Damage& damage, std::size_t othersOneIn, Random& random,
@@ -85,16 +85,21 @@ std::size_t FileSet::Write(const Damage& damage, std::size_t othersOneIn, Random
   for (std::size_t i = 0; i < files.size(); ++i) {
     const bool isDamaged = i == damagedFile || random.OneIn(othersOneIn);
     const std::string bytes = (isDamaged ? damage : Damage()).Apply(random, files[i].lines);
-    sandbox.Write(files[i].path, bytes);
-    if (const wchar_t* kept = ::_wgetenv(L"VELTO_FUZZ_FILES"); kept != nullptr) {
-      std::ofstream(fs::path(kept) / files[i].path.filename(), std::ios::binary) << bytes;
-    }
-    // Wine reads a file anew at each call while the file is younger than two seconds, and later
-    // only when its time is another.
-    const auto age = std::chrono::hours(24) - std::chrono::seconds(2 * (seed % 10'000));
-    fs::last_write_time(sandbox.LibraryFolder() / files[i].path,
-                        fs::file_time_type::clock::now() - age);
+    WriteFile(files[i], bytes, seed);
     mostBytes = std::max(mostBytes, bytes.size());
   }
   return mostBytes;
+}
+
+void FileSet::WriteFile(File& file, const std::string& bytes, std::uint64_t seed) {
+  if (const wchar_t* kept = ::_wgetenv(L"VELTO_FUZZ_FILES"); kept != nullptr) {
+    std::ofstream(fs::path(kept) / file.path.filename(), std::ios::binary) << bytes;
+  }
+  if (!file.isLibrarysOwn && !file.onDisk.empty() && file.onDisk == bytes) return;
+  sandbox.Write(file.path, bytes);
+  file.onDisk = bytes;
+  // Wine reads a file anew at each call while the file is younger than two seconds, and later
+  // only when its time is another.
+  const auto age = std::chrono::hours(24) - std::chrono::seconds(2 * (seed % 10'000));
+  fs::last_write_time(sandbox.LibraryFolder() / file.path, fs::file_time_type::clock::now() - age);
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <cwchar>
 #include <stdexcept>
+#include <utility>
 
 #include "support/Text.h"
 
@@ -68,7 +69,7 @@ std::vector<std::string> LibraryWindows() {
 
 HostUnderFuzz::HostUnderFuzz(const LoadedLibrary& library, Interposition& interposition,
                              TraceCapture& traces, Sandbox& sandbox)
-    : interposition(interposition), traces(traces) {
+    : interposition(interposition), traces(traces), sandbox(sandbox) {
   Resolve(library, "VeltoModeChange_CreateHandle", &createHandle);
   Resolve(library, "VeltoModeChange_DeleteHandle", &deleteHandle);
   Resolve(library, "VeltoModeChange_GetModeCount", &getModeCount);
@@ -111,10 +112,12 @@ void HostUnderFuzz::UseEverything(Random& newRandom) {
   const std::size_t actions = random->OneIn(3) ? 0 : 1 + random->Below(12);
   user->Begin(*random, actions);
 
-  handle = nullptr;
+  const VELTO_MODE_CHANGE_HANDLE untouched = this;
+  handle = untouched;
   const BOOL isOpen = createHandle(&handle);
   CheckTraces(isOpen, L"VeltoModeChange_CreateHandle");
   if (isOpen != FALSE) {
+    ASSERT_NE(handle, untouched);
     ASSERT_NE(handle, nullptr);
     ++statistics.handles;
     UINT count = 0;
@@ -123,13 +126,14 @@ void HostUnderFuzz::UseEverything(Random& newRandom) {
     AskAboutAllModes(count);
     for (std::size_t i = random->Below(3); i > 0 && count > 0; --i) {
       EXPECT_TRUE(selectMode(handle, static_cast<UINT>(random->Below(count))));
+      if (random->OneIn(8)) RequestInVain();
       PrepareSuppression();
       Request(random->OneIn(3) ? VELTO_MODE_STATUS_OFF : VELTO_MODE_STATUS_ON);
     }
     if (random->OneIn(kSetsPerSettingsDialog)) ShowSettings(count);
     EXPECT_TRUE(deleteHandle(handle));
   } else {
-    EXPECT_EQ(handle, nullptr);
+    EXPECT_EQ(handle, untouched);
   }
   PumpAll();
   ExpectNothingLeft();
@@ -291,17 +295,41 @@ void HostUnderFuzz::Request(INT32 status) {
   if (results.front() == VELTO_MODE_CHANGE_COMPLETED) ++statistics.changesCompleted;
 }
 
+void HostUnderFuzz::RequestInVain() {
+  results.clear();
+  const auto identifier = static_cast<UINT>(1 + random->Below(0xFFFF'FFFF));
+  EXPECT_TRUE(request(handle, identifier, 0, VELTO_MODE_STATUS_ON, window, kNotify));
+  EXPECT_THAT(traces.Take(), SizeIs(1)) << "an unknown identifier is traced, no more";
+  const auto status = static_cast<INT32>(2 + random->Below(0xFFFF'FFFE));
+  const BOOL isAccepted = request(handle, VELTO_MODE_REQUEST_STATUS, 0, status, window, kNotify);
+  EXPECT_FALSE(isAccepted);
+  CheckTraces(isAccepted, L"VeltoModeChange_RequestToSetINT32Information");
+  PumpAll();
+  EXPECT_THAT(results, IsEmpty()) << "a request for nothing was reported";
+}
+
 void HostUnderFuzz::ShowSettings(UINT modeCount) {
   if (modeCount == 0) {
     EXPECT_THROW(showSettingsDialog(handle, window), std::out_of_range);
     static_cast<void>(traces.Take());
     return;
   }
+  const auto readFiles = [this] {
+    return std::pair(sandbox.Read(sandbox.DataFile(L"ModeChange.Settings.ini")),
+                     sandbox.Read(sandbox.DataFile(L"ModeChange.Status.ini")));
+  };
+  const auto before = readFiles();
   const BOOL isClosed = showSettingsDialog(handle, window);
   ++statistics.settingsDialogs;
   CheckTraces(isClosed, L"VeltoModeChange_ShowSettingsDialog", /*mayTraceInSuccess=*/true);
   EXPECT_TRUE(::IsWindowEnabled(window));
   PumpAll();
+  static_cast<void>(traces.Take());
+  if (user->HasOnlyLooked()) {
+    EXPECT_TRUE(readFiles() == before) << "a dialog that was cancelled at once wrote";
+  }
+  // What was saved is read as well as what was there before.
+  AskAboutAllModes(modeCount);
 }
 
 // --- What is left --------------------------------------------------------------------------------

@@ -26,6 +26,7 @@
 /// - what fails leaves its outputs as they were and traces under the export's name last; a question
 ///   that is answered traces nothing, and the answer is one that is documented;
 /// - a request that was accepted is reported exactly once, one that failed never;
+/// - a settings dialog that was only looked at leaves the library's files as they were;
 /// - dialogs, windows, engine handles and trace registrations are gone when the handle is.
 class HostUnderFuzz {
  public:
@@ -62,6 +63,7 @@ class HostUnderFuzz {
   void AskForNumber(UINT identifier);
   void ExpectDocumentedNumber(UINT identifier, INT32 value);
   void Request(INT32 status);
+  void RequestInVain();
   void ShowSettings(UINT modeCount);
   void ExpectNothingLeft();
 
@@ -75,6 +77,7 @@ class HostUnderFuzz {
 
   Interposition& interposition;
   TraceCapture& traces;
+  Sandbox& sandbox;
   Random* random = nullptr;
 
   decltype(&VeltoModeChange_CreateHandle) createHandle = nullptr;
