@@ -111,7 +111,7 @@ sum() { awk '{ sum += $1 } END { print sum + 0 }' "$1"; }
 failures=$(wc -l <"$blocks/failures")
 log "$(sum "$blocks/tried") file sets tried in $SECONDS seconds, $failures failed"
 # What the processes counted, added up in the order in which they print it.
-find "$blocks" -name '*.log' -exec grep -ahE '^  [a-z ]+ +[0-9]+.?$' {} + | tr -d '\r' |
+find "$blocks" -name '*.log' -exec grep -ahE '^  [A-Za-z ]+ +[0-9]+.?$' {} + | tr -d '\r' |
   awk '{ count = $NF; sub(/ +[0-9]+$/, ""); if (!($0 in sum)) order[++lines] = $0; sum[$0] += count }
     END { for (i = 1; i <= lines; ++i) printf "%-30s %d\n", order[i], sum[order[i]] }'
 ((failures == 0))
