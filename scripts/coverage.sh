@@ -5,17 +5,15 @@
 
 usage() {
   cat <<'TEXT'
-Usage: scripts/coverage.sh [--no-run | --filter PATTERN]
+Usage: scripts/coverage.sh [--no-run]
 
 Installs what is missing on Debian 12, builds the library so that it counts, runs the
 tests through Wine and reports which of its lines and branches ran: in build/coverage
 as coverage.txt and html/index.html, and in docs/coverage.md. Ends with an error where
 something did not run and tests/uncovered.tsv does not say why.
 
-  --no-run          only report what the last run counted
-  --filter PATTERN  only some tests, as GoogleTest's --gtest_filter; leaves
-                    docs/coverage.md alone
-  --help            this text
+  --no-run  only report what the last run counted
+  --help    this text
 
 Fuzzing is left out: what only random input reaches is not covered. So are the tests
 of the DLL as a file, as this build's is not the one that is delivered.
@@ -23,14 +21,12 @@ TEXT
 }
 
 run=true
-filter='*'
 case "${1-}" in
   --help)
     usage
     exit
     ;;
   --no-run) run=false ;;
-  --filter) filter=${2:?--filter needs a pattern} ;;
   "") ;;
   *)
     usage >&2
@@ -46,16 +42,22 @@ readonly gcov=x86_64-w64-mingw32-gcov-win32
 readonly gcov_tool=x86_64-w64-mingw32-gcov-tool-win32
 
 # run_tests PROGRAM PATTERN WINDOWS LOCALE: all tests of a program that fit, in one process, which
-# takes a tenth of the time that CTest needs.
+# takes a tenth of the time that CTest needs. What fails there may need a process of its own.
 run_tests() {
-  local name log
-  name=$(basename "$1" .exe)-$3-$4
-  log=$logs/$name${2//[^a-zA-Z]/}.log
-  # Wine now and then ends a process at its start, without a word: so there is a second try. What
-  # failed has counted too, and is a matter of the tests themselves.
-  VELTO_WINDOWS=$3 VELTO_LOCALE=$4.UTF-8 scripts/run-under-wine.sh "$1" --gtest_filter="$2" &>"$log" ||
-    VELTO_WINDOWS=$3 VELTO_LOCALE=$4.UTF-8 scripts/run-under-wine.sh "$1" --gtest_filter="$2" &>"$log" ||
-    printf 'some tests failed, see %s\n' "$log"
+  local log test failed program=$1
+  log=$logs/$(basename "$1" .exe)-$3-$4${2//[^a-zA-Z]/}.log
+  run() {
+    VELTO_WINDOWS=$2 VELTO_LOCALE=$3.UTF-8 scripts/run-under-wine.sh "$program" --gtest_filter="$1" \
+      &>>"$log"
+  }
+  if run "$2" "$3" "$4"; then return; fi
+  mapfile -t failed < <(sed -nE 's/^\[  FAILED  \] ([^ ,]+\.[^ ,]+).*/\1/p' "$log" | sort -u)
+  # A process that ended early names none.
+  ((${#failed[@]} > 0)) || failed=("$2")
+  for test in "${failed[@]}"; do
+    # What failed has counted too, and is a matter of the tests.
+    run "$test" "$3" "$4" || printf 'failed: %s (see %s)\n' "$test" "$log"
+  done
 }
 
 run_all_tests() {
@@ -67,15 +69,13 @@ run_all_tests() {
   for program in "${programs[@]}"; do
     while (($(jobs -rp | wc -l) >= jobs)); do wait -n || true; done
     {
-      run_tests "$program" "$filter-*FocusTest.*:BinaryTest.*" win10 en_US
-      [[ $filter == '*' ]] || continue
+      run_tests "$program" '-*FocusTest.*:BinaryTest.*' win10 en_US
       run_tests "$program" '*EachWindows*' win7 en_US
       for locale in ja_JP de_AT eo; do run_tests "$program" '*EachLocale*' win10 "$locale"; done
     } &
   done
   wait
   # There is one keyboard, which windows take from each other.
-  [[ $filter == '*' ]] || return 0
   for program in "${programs[@]}"; do run_tests "$program" '*FocusTest.*' win10 en_US; done
 }
 
@@ -115,7 +115,7 @@ report() {
   mkdir -p "$build/html"
   nice gcovr "${options[@]}" --txt "$build/coverage.txt" --json "$build/coverage.json" \
     --html-details "$build/html/index.html" "$objects"
-  python3 -B scripts/uncovered.py "$build/coverage.json" "$@"
+  python3 -B scripts/uncovered.py "$build/coverage.json" --write docs/coverage.md
 }
 
 if $run; then
@@ -125,8 +125,4 @@ if $run; then
   run_all_tests
 fi
 add_up_counts
-if [[ $filter == '*' ]]; then
-  report --write docs/coverage.md
-else
-  report
-fi
+report
