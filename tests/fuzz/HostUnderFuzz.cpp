@@ -98,7 +98,7 @@ HostUnderFuzz::HostUnderFuzz(const LoadedLibrary& library, Interposition& interp
     engines.emplace(sample.name, std::move(engine));
   }
   sandbox.MakeFolder(L"Driver");
-  InstallDriver(sandbox);
+  InstallDriver();
   user.emplace(interposition, window);
 }
 
@@ -141,7 +141,7 @@ void HostUnderFuzz::UseEverything(Random& newRandom) {
 
 // --- What the files are used with ----------------------------------------------------------------
 
-void HostUnderFuzz::InstallDriver(const Sandbox& sandbox) {
+void HostUnderFuzz::InstallDriver() {
   const std::wstring folder = sandbox.LibraryFolder().wstring() + L"\\Driver";
   driver.emplace(folder + L"\\Hotkey.dll");
   HKEY key = nullptr;

@@ -54,7 +54,7 @@ class HostUnderFuzz {
  private:
   static constexpr UINT kNotify = WM_APP + 500;
 
-  void InstallDriver(const Sandbox& sandbox);
+  void InstallDriver();
   void PrepareDevices();
   void PrepareSuppression();
   void AskAboutAllModes(UINT count);
