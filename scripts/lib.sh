@@ -9,8 +9,8 @@ jobs=$(nproc)
 # By what they are for: building, checking, running, packing.
 packages=(
   cmake ninja-build g++-mingw-w64-x86-64-win32 googletest
-  clang clang-format clang-tidy python3
-  wine64 xvfb fonts-liberation
+  clang clang-format clang-tidy python3 doxygen
+  wine64 xvfb fonts-liberation fonts-wqy-microhei
   llvm wixl msitools
 )
 

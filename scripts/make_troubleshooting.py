@@ -83,7 +83,7 @@ RULES = [
     # No failures, or those whose cause is outside the library.
     rule("every turn of the wheel", "Nothing: this is no failure.", "CSettingsDialog::OnMouseWheel"),
     rule("nothing has the focus", "Nothing: the wheel was turned while another program had the focus."),
-    rule("a handler ran out of memory", MEMORY),
+    rule("a handler ran out of memory|^memory runs out", MEMORY),
     rule("announcement dialog ended with a code other", CAUSE_BEFORE),
     rule("the handle was deleted while the confirmation stood",
          "Nothing where the host ended meanwhile. Else the host should keep its handle until the "
@@ -102,10 +102,11 @@ RULES = [
     rule("^identifier (other|\\d and value)|^status >= 2", "The host has to pass an identifier and a value that "
          "`velto/mode_change.h` names."),
     rule("^no mode selected", "The host has to call `VeltoModeChange_SelectMode` first."),
-    rule("^the result can not be posted", "The host's window was gone before the change ended. The host "
+    rule("^the result can neither be posted", "The host's window was gone before the change ended. The host "
          "should keep it until the result has come."),
     # Programs that send messages to the library's windows.
-    rule("^(COPYDATASTRUCT|dwData|cbData|lpData|the mode name is null)", STRANGER),
+    rule("^(COPYDATASTRUCT|dwData|cbData|lpData|the mode name is null|another program or thread)",
+         STRANGER),
     rule("^(no lock request is queued|the window is told to set an item|an item is reported as done)",
          "An engine posted a completion too many, or another program a message. Run `enginecheck "
          "--set` on the engine of the item before.", "ChangeModeWindow.*"),
