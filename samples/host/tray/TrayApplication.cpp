@@ -169,7 +169,7 @@ void TrayApplication::Report(const Change& finished) {
   }
 }
 
-void TrayApplication::WaitForChange() {
+void TrayApplication::WaitForChange() const {
   const ULONGLONG deadline = ::GetTickCount64() + kPatienceAtSessionEndInMilliseconds;
   MSG message;
   while (IsChanging()) {
