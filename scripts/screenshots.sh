@@ -6,33 +6,41 @@
 
 usage() {
   cat <<'TEXT'
-Usage: scripts/screenshots.sh [--all FOLDER]
+Usage: scripts/screenshots.sh [--all FOLDER [LANGUAGE...]]
 
 Installs what is missing on Debian 12, builds the library with its samples, and takes pictures
 of its dialogs on the sample notebook. They go to docs/images.
 
-  --all FOLDER   every dialog, in every language, at 96 and at 144 dots per inch; into FOLDER
+  --all FOLDER   every dialog, in every language or in those named ("greek"), at 96 and at
+                 144 dots per inch; into FOLDER
   --help         this text
 TEXT
 }
 
 readonly dialogs=(settings message progress confirmation menu)
-readonly languages=(english:en_US japanese:ja_JP german:de_DE french:fr_FR)
+readonly languages=(english:en_US japanese:ja_JP german:de_DE french:fr_FR italian:it_IT
+  spanish:es_ES portuguese:pt_PT brazilian:pt_BR dutch:nl_NL danish:da_DK swedish:sv_SE
+  norwegian:nb_NO finnish:fi_FI polish:pl_PL czech:cs_CZ slovak:sk_SK hungarian:hu_HU
+  romanian:ro_RO bulgarian:bg_BG greek:el_GR turkish:tr_TR russian:ru_RU ukrainian:uk_UA
+  korean:ko_KR chinese-simplified:zh_CN chinese-traditional:zh_TW)
+readonly documented=(english japanese german french)
 readonly resolutions=(96 144)
 
 # What the documents show: DIALOG LANGUAGE RESOLUTION
 chosen() {
   local language resolution
-  for language in "${languages[@]%:*}"; do
+  for language in "${documented[@]}"; do
     for resolution in "${resolutions[@]}"; do printf 'settings %s %s\n' "$language" "$resolution"; done
   done
   printf '%s 96\n' "message english" "progress english" "confirmation english" \
     "confirmation japanese" "menu english" "menu japanese"
 }
 
+wanted=("${languages[@]%:*}")
+
 everything() {
   local dialog language resolution
-  for language in "${languages[@]%:*}"; do
+  for language in "${wanted[@]}"; do
     for resolution in "${resolutions[@]}"; do
       for dialog in "${dialogs[@]}"; do printf '%s %s %s\n' "$dialog" "$language" "$resolution"; done
     done
@@ -44,12 +52,16 @@ list=chosen
 case "${1-}" in
   "") ;;
   --all)
-    (($# == 2)) || {
+    (($# >= 2)) || {
       usage >&2
       exit 64
     }
     folder=$2
     list=everything
+    (($# == 2)) || wanted=("${@:3}")
+    for language in "${wanted[@]}"; do
+      [[ " ${languages[*]%:*} " == *" $language "* ]] || fail "unknown language: $language"
+    done
     ;;
   --help)
     usage
@@ -251,6 +263,7 @@ while read -r -u 3 dialog language resolution; do
   log "$folder/$name.png"
   rm -rf "$data_folder"
   set_resolution "$resolution"
+  set_font "$locale"
   "picture_$dialog"
   pack_picture "$folder/$name.png"
 done 3< <("$list" | sort --key=3n --stable)

@@ -44,7 +44,7 @@ ChildProcess::ChildProcess(const Options& options) : job(::CreateJobObjectW(null
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
+  startup.hStdInput = options.input != nullptr ? options.input : ::GetStdHandle(STD_INPUT_HANDLE);
   startup.hStdOutput =
       options.output != nullptr ? options.output : ::GetStdHandle(STD_OUTPUT_HANDLE);
   startup.hStdError = options.output != nullptr ? options.output : ::GetStdHandle(STD_ERROR_HANDLE);
