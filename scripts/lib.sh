@@ -6,11 +6,12 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 jobs=$(nproc)
 
-# By what they are for: building, checking, running.
+# By what they are for: building, checking, running, packing.
 packages=(
   cmake ninja-build g++-mingw-w64-x86-64-win32 googletest
-  clang clang-format clang-tidy python3
+  clang clang-format clang-tidy python3 doxygen
   wine64 xvfb fonts-liberation fonts-wqy-microhei
+  llvm wixl msitools
 )
 
 log() { printf '\n==> %s\n' "$*"; }

@@ -1,5 +1,6 @@
 #include "changemode/ChangeModeWindow.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <new>
@@ -329,6 +330,17 @@ bool OnCreate(HWND window) {
   return true;
 }
 
+/// Another program names the mode by an address in this process. What stands there must not reach
+/// the status file, which every user may read, unless it is a mode.
+bool MayName(const CWideString& mode) {
+  if (::InSendMessageEx(nullptr) == ISMEX_NOSEND) return true;
+  std::vector<CWideString> modes;
+  return CModeChangeConfig().GetUsableModeList(&modes) &&
+         std::any_of(modes.begin(), modes.end(), [&mode](const CWideString& offered) {
+           return offered.EqualsIgnoringCase(mode);
+         });
+}
+
 bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
   if (copyData == nullptr) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 298);
@@ -356,6 +368,9 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
   try {
     if (!Common::ReadForeignText(request.modeName, kMostCharactersOfModeName, &modeName)) {
       return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 324);
+    }
+    if (!MayName(modeName)) {
+      return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 326);
     }
   } catch (const std::bad_alloc&) {
     // The request is good, and its requester waits to be told how the change ended.

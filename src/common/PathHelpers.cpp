@@ -32,6 +32,12 @@ bool FolderExists(const CWideString& path) noexcept {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
+bool IsFullPath(const CWideString& path) noexcept {
+  const wchar_t* text = path.c_str();
+  const bool isOnShare = text[0] == L'\\' && text[1] == L'\\';
+  return isOnShare || (text[0] != L'\0' && text[1] == L':' && text[2] == L'\\');
+}
+
 bool JoinPath(const CWideString& folder, const wchar_t* more, CWideString* joined) {
   PathBuffer buffer{};
   if (!CopyToPathBuffer(folder, &buffer) || ::PathAppendW(buffer.data(), more) == FALSE) {

@@ -3,11 +3,26 @@
 #include <array>
 #include <utility>
 
+#include "common/PathHelpers.h"
 #include "devices/GetFunction.h"
 
 namespace {
 
 constexpr UINT kFirstDevice = 0;
+
+/// LoadLibraryW for a file with a full path, and for nothing that Windows would have to look for:
+/// neither a path from the current folder, nor a folder, to whose name Windows would add ".dll".
+CUniqueModule LoadEngine(const CWideString& path) {
+  if (!Common::IsFullPath(path)) {
+    ::SetLastError(ERROR_BAD_PATHNAME);
+    return {};
+  }
+  if (Common::FolderExists(path)) {
+    ::SetLastError(ERROR_MOD_NOT_FOUND);
+    return {};
+  }
+  return CUniqueModule(::LoadLibraryW(path.c_str()));
+}
 
 }  // namespace
 
@@ -94,7 +109,7 @@ bool CDeviceEngineHelper::Resolve(const char* name, const TracePoint& missing,
 bool CDeviceEngineHelper::Initialize() {
   if (initialized) return true;
 
-  CUniqueModule loaded(::LoadLibraryW(enginePath.c_str()));
+  CUniqueModule loaded = LoadEngine(enginePath);
   if (!loaded) {
     const DWORD error = ::GetLastError();
     return trace.WriteTextUInt(L"CDeviceEngineHelper::Initialize", 313, enginePath.c_str(), error);

@@ -78,7 +78,7 @@ bool CQTX05A9::LocateDll() {
 bool CQTX05A9::Load() {
   if (module) return true;
   if (path.empty() && !LocateDll()) return false;
-  if (!Common::FileExists(path)) return false;
+  if (!Common::FileExists(path) || !Common::IsFullPath(path)) return false;
   module = CUniqueModule(::LoadLibraryW(path.c_str()));
   return static_cast<bool>(module);
 }

@@ -7,6 +7,7 @@
 
 #include "common/CUniqueHandle.h"
 #include "common/CWideString.h"
+#include "common/PathHelpers.h"
 #include "devices/GetFunction.h"
 
 namespace Qtx05a9 {
@@ -63,7 +64,12 @@ bool FindDriver(std::array<wchar_t, MAX_PATH>* path) {
 
 bool CQtx05a9DllApplicationSwitchControl::LoadDriver() {
   std::array<wchar_t, MAX_PATH> path{};
-  return FindDriver(&path) && Load(path.data());
+  if (!FindDriver(&path)) return false;
+  if (!Common::IsFullPath(path.data())) {
+    ::SetLastError(ERROR_BAD_PATHNAME);
+    return false;
+  }
+  return Load(path.data());
 }
 
 DWORD CQtx05a9DllApplicationSwitchControl::GetSwitchInfo(DWORD* info) const noexcept {

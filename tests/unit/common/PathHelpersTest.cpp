@@ -34,6 +34,19 @@ TEST_F(PathHelpersTest, AsksWindowsOnce) {
   EXPECT_EQ(interposition.Count("GetFileAttributesW"), 1U);
 }
 
+TEST_F(PathHelpersTest, TellsFullPathsFromThoseThatDependOnTheCurrentFolder) {
+  for (const wchar_t* path : {L"C:\\", L"c:\\Folder\\File.dll", L"Z:\\..\\File.dll",
+                              L"\\\\Server\\Share\\File.dll", L"\\\\?\\C:\\File.dll"}) {
+    EXPECT_TRUE(Common::IsFullPath(path)) << Text::ToUtf8(path);
+  }
+  for (const wchar_t* path :
+       {L"", L"C", L"C:", L"C:File.dll", L"C:.\\File.dll", L"\\", L"\\File.dll", L"/File.dll",
+        L"File.dll", L"Folder\\File.dll", L".\\File.dll", L"..\\File.dll", L":\\File.dll",
+        L"CC:\\File.dll", L"%SystemRoot%\\File.dll"}) {
+    EXPECT_FALSE(Common::IsFullPath(path)) << Text::ToUtf8(path);
+  }
+}
+
 TEST_F(PathHelpersTest, JoinsPathsWithOneBackslash) {
   struct Row {
     const wchar_t* folder;

@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "support/CurrentFolder.h"
 #include "support/ModeChangeTest.h"
 #include "support/PeImage.h"
 #include "support/ScriptedEngine.h"
@@ -114,6 +115,41 @@ std::vector<Operation> AllOperations() {
 }
 
 // --- Opening and closing -------------------------------------------------------------------------
+
+TEST_F(CDeviceEngineHelperTest, LoadsFromAFullPathOnly) {
+  // A path that is not full would be looked for in the current folder, and in others.
+  const CurrentFolder current(sandbox.LibraryFolder());
+  const std::wstring drive = sandbox.LibraryFolder().root_name().wstring();
+  const std::wstring paths[] = {L"",
+                                L"Lamp.dll",
+                                L"Engines\\Lamp.dll",
+                                L".\\Engines\\Lamp.dll",
+                                drive + L"Engines\\Lamp.dll",
+                                path.substr(drive.size())};
+  for (const std::wstring& notFull : paths) {
+    SCOPED_TRACE(Text::ToUtf8(notFull));
+    helper.emplace(notFull.c_str());
+    EXPECT_FALSE(helper->SelectDevice());
+    EXPECT_EQ(traces.Take(), (Traces{{L"CDeviceEngineHelper::Initialize", 313,
+                                      notFull + L", " + std::to_wstring(ERROR_BAD_PATHNAME)},
+                                     {L"CDeviceEngineHelper::SelectDevice", 111}}));
+  }
+  EXPECT_EQ(interposition.Count("LoadLibraryW"), 0U);
+  EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(CDeviceEngineHelperTest, AFolderIsNoEngine) {
+  // Windows adds ".dll" to a name without an ending: the folder's name could be that of a DLL.
+  const std::wstring folder = sandbox.LibraryFolder().wstring() + L"\\Engines\\Folder";
+  sandbox.MakeFolder(folder);
+  ScriptedEngine besideIt(folder + L".dll", &log);
+  helper.emplace(folder.c_str());
+  EXPECT_FALSE(helper->SelectDevice());
+  EXPECT_EQ(traces.Take(), (Traces{{L"CDeviceEngineHelper::Initialize", 313,
+                                    folder + L", " + std::to_wstring(ERROR_MOD_NOT_FOUND)},
+                                   {L"CDeviceEngineHelper::SelectDevice", 111}}));
+  EXPECT_THAT(log, IsEmpty());
+}
 
 TEST_F(CDeviceEngineHelperTest, LoadsNothingUntilItIsAsked) {
   LogModules();

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "support/CurrentFolder.h"
 #include "unit/devices/DriverFixture.h"
 
 namespace {
@@ -214,6 +215,13 @@ TEST_F(CQTX05A9Test, TakesTextsWithoutATerminator) {
   EXPECT_THAT(PathsGivenTo("GetFileAttributesW"), ElementsAre(L"D:\\Drv\\x.dll"));
 }
 
+TEST_F(CQTX05A9Test, TakesHalfACharacterAsItsLowByte) {
+  SetBytes(L"InstPath", L"D:\\Drv", 11);
+  SetBytes(L"DllName", L"x.dll", 9);
+  EXPECT_FALSE(lamps->SetEcoLED(true));
+  EXPECT_THAT(PathsGivenTo("GetFileAttributesW"), ElementsAre(L"D:\\Drv\\x.dll"));
+}
+
 TEST_F(CQTX05A9Test, TakesTextsUpToTheirFirstTerminator) {
   SetBytes(L"InstPath", std::wstring(L"D:\\Drv\0rest", 11), 24, REG_BINARY);
   SetText(L"DllName", L"x.dll");
@@ -275,6 +283,32 @@ TEST_F(CQTX05A9Test, HasNoPathWhereAPartIsMissing) {
     EXPECT_THAT(PathsGivenTo("GetFileAttributesW"), IsEmpty()) << "Not even a lone backslash.";
     EXPECT_THAT(driver->calls, IsEmpty());
   }
+}
+
+TEST_F(CQTX05A9Test, LoadsFromAFullPathOnly) {
+  // A path that is not full would be looked for in the current folder, and in others.
+  InstallDriver();
+  const CurrentFolder current(sandbox.LibraryFolder());
+  for (const std::wstring& folder : FoldersThatAreNotFull()) {
+    SCOPED_TRACE(Text::ToUtf8(folder));
+    SetText(L"InstPath", folder);
+    EXPECT_EQ(AskForEcoLamp(), std::nullopt);
+    EXPECT_FALSE(lamps->SetEcoLED(true));
+    lamps->Release();
+  }
+  EXPECT_EQ(interposition.Count("LoadLibraryW"), 0U);
+  EXPECT_THAT(driver->calls, IsEmpty());
+
+  SetText(L"InstPath", DriverFolder());
+  EXPECT_TRUE(lamps->SetEcoLED(true));
+}
+
+TEST_F(CQTX05A9Test, LoadsFromAShare) {
+  SetPath(L"\\\\Server\\Share", L"x.dll");
+  interposition.Replace("GetFileAttributesW", [] { return DWORD{FILE_ATTRIBUTE_NORMAL}; });
+  interposition.Fail("LoadLibraryW", {});
+  EXPECT_FALSE(lamps->SetEcoLED(true));
+  EXPECT_THAT(PathsGivenTo("LoadLibraryW"), ElementsAre(L"\\\\Server\\Share\\x.dll"));
 }
 
 TEST_F(CQTX05A9Test, HasNoPathWhereTheRegistryFails) {

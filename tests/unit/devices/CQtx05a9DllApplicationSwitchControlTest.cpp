@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "support/CurrentFolder.h"
 #include "unit/devices/DriverFixture.h"
 
 namespace {
@@ -161,10 +162,10 @@ TEST_F(CQtx05a9DllApplicationSwitchControlTest, LoadsFromAFolderWithABackslashAt
 }
 
 TEST_F(CQtx05a9DllApplicationSwitchControlTest, ExpandsNothing) {
-  SetText(L"InstPath", L"%SystemRoot%\\Drv", REG_EXPAND_SZ);
+  SetText(L"InstPath", L"D:\\%OS%\\Drv", REG_EXPAND_SZ);
   SetText(L"DllName", L"%x%.dll", REG_EXPAND_SZ);
   EXPECT_EQ(FailToLoad(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
-  EXPECT_THAT(PathsGivenTo("LoadLibraryW"), ElementsAre(L"%SystemRoot%\\Drv\\%x%.dll"));
+  EXPECT_THAT(PathsGivenTo("LoadLibraryW"), ElementsAre(L"D:\\%OS%\\Drv\\%x%.dll"));
 }
 
 TEST_F(CQtx05a9DllApplicationSwitchControlTest, HasNoPathWhereAValueIsNoWholeText) {
@@ -226,6 +227,45 @@ TEST_F(CQtx05a9DllApplicationSwitchControlTest, LoadsTheLongestPathThatFits) {
   SetPath(folder, name);
   EXPECT_NE(FailToLoad(), std::nullopt);
   EXPECT_THAT(PathsGivenTo("LoadLibraryW"), ElementsAre(folder + L"\\" + name));
+}
+
+TEST_F(CQtx05a9DllApplicationSwitchControlTest, LoadsFromAFullPathOnly) {
+  // A path that is not full would be looked for in the current folder, and in others.
+  InstallDriver();
+  const CurrentFolder current(sandbox.LibraryFolder());
+  for (const std::wstring& folder : FoldersThatAreNotFull()) {
+    SCOPED_TRACE(Text::ToUtf8(folder));
+    SetText(L"InstPath", folder);
+    EXPECT_EQ(FailToLoad(), static_cast<DWORD>(ERROR_BAD_PATHNAME));
+  }
+  EXPECT_EQ(interposition.Count("LoadLibraryW"), 0U);
+}
+
+TEST_F(CQtx05a9DllApplicationSwitchControlTest,
+       AFileNameMayBeAPathThatIsFullTogetherWithTheFolder) {
+  // So joins Windows a folder and a path.
+  struct Row {
+    const wchar_t* name;
+    const wchar_t* loaded;  // null: nothing
+  };
+  const Row rows[] = {{L"More\\x.dll", L"D:\\Drv\\More\\x.dll"},
+                      {L"..\\x.dll", L"D:\\x.dll"},
+                      {L"\\x.dll", L"D:\\x.dll"},
+                      {L"E:\\x.dll", L"E:\\x.dll"},
+                      {L"\\\\Server\\Share\\x.dll", L"\\\\Server\\Share\\x.dll"},
+                      {L"E:x.dll", nullptr}};
+  interposition.Fail("LoadLibraryW", {.onwards = true});
+  for (const Row& row : rows) {
+    SCOPED_TRACE(Text::ToUtf8(row.name));
+    SetPath(L"D:\\Drv", row.name);
+    interposition.ClearCalls();
+    EXPECT_NE(FailToLoad(), std::nullopt);
+    if (row.loaded != nullptr) {
+      EXPECT_THAT(PathsGivenTo("LoadLibraryW"), ElementsAre(row.loaded));
+    } else {
+      EXPECT_THAT(PathsGivenTo("LoadLibraryW"), IsEmpty());
+    }
+  }
 }
 
 TEST_F(CQtx05a9DllApplicationSwitchControlTest, LoadsNothingWhereThePathCannotBeJoined) {

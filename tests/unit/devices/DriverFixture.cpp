@@ -26,6 +26,18 @@ std::wstring DriverTest::DriverFolder() const {
   return sandbox.LibraryFolder().wstring() + L"\\Driver";
 }
 
+std::vector<std::wstring> DriverTest::FoldersThatAreNotFull() const {
+  const std::wstring drive = sandbox.LibraryFolder().root_name().wstring();
+  return {L"Driver",
+          L"Driver\\",
+          L".\\Driver",
+          L"Driver\\..\\Driver",
+          drive + L"Driver",
+          drive + L".\\Driver",
+          DriverFolder().substr(drive.size()),
+          L"/" + DriverFolder().substr(drive.size() + 1)};
+}
+
 void DriverTest::SetPath(const std::wstring& folder, const std::wstring& name) {
   SetText(L"InstPath", folder);
   SetText(L"DllName", name);

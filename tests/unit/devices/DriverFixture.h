@@ -22,6 +22,10 @@ class DriverTest : public ModeChangeTest {
   [[nodiscard]] std::wstring DriverFolder() const;
   [[nodiscard]] std::wstring DriverPath() const { return DriverFolder() + L"\\Hotkey.dll"; }
 
+  /// Ways to name the driver's folder that depend on the current folder, where that is the
+  /// library's.
+  [[nodiscard]] std::vector<std::wstring> FoldersThatAreNotFull() const;
+
   void SetPath(const std::wstring& folder, const std::wstring& name);
   /// A whole, terminated text.
   void SetText(const wchar_t* value, const std::wstring& text, DWORD type = REG_SZ);

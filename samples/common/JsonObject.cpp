@@ -46,6 +46,17 @@ JsonObject& JsonObject::AddFlag(std::wstring_view name, bool value) {
   return Add(name, value ? L"true" : L"false");
 }
 
+JsonObject& JsonObject::AddObject(std::wstring_view name, const JsonObject& object) {
+  return Add(name, object.Text());
+}
+
+JsonObject& JsonObject::AddList(std::wstring_view name, const std::vector<JsonObject>& list) {
+  std::wstring lines;
+  for (const JsonObject& object : list)
+    lines += (lines.empty() ? L"\n  " : L",\n  ") + object.Text();
+  return Add(name, L"[" + lines + (list.empty() ? L"]" : L"\n]"));
+}
+
 JsonObject& JsonObject::Add(std::wstring_view name, std::wstring_view value) {
   if (!members.empty()) members += L", ";
   members += Quote(name) + L": ";
