@@ -119,7 +119,7 @@ CaseResult Worker::RunCase(const FaultCase& faultCase) {
   const std::uint64_t then = memory.Now();
   machine.Reset();
   operation->prepare(machine);
-  traces.DropHistory();
+  traces.Forget();
   interposition.ClearCalls();
   interposition.FailAny({.nth = faultCase.call, .onwards = faultCase.onwards}, TraceFunctions());
   const Outcome outcome = Act(*operation);

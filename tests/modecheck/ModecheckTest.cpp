@@ -102,9 +102,7 @@ TEST_F(ModecheckTest, PrintsJson) {
 
 TEST_F(ModecheckTest, PrintsATableOfTexts) {
   machine.Remove(L"de-DE\\ModeChange.Resource.ini", L"Mode", L"Eco=");
-  for (const wchar_t* const language : {L"fr-FR", L"ja-JP"}) {
-    machine.RemoveFile(std::wstring(language) + L"\\ModeChange.Resource.ini");
-  }
+  machine.KeepLanguages({L"de-DE", L"en-US"});
   machine.WriteFiles();
   const std::string output = Run(L"--no-engines --texts machine").output;
   EXPECT_THAT(output, HasSubstr("  de-DE  en-US"));

@@ -485,7 +485,7 @@ std::vector<RuleCase> GetEngineCases() {
                       answers.valueKeys.resize(1);
                     }),
        engine,
-       L"has 1 values; with fewer than two, PointerSpeed is never shown",
+       L"has one value; with fewer than two, PointerSpeed is never shown",
        {Rule::kValueNotOffered, Rule::kUnknownKey}},
       {Rule::kValueNotOffered,
        Replace(kDefaults, L"Normal_Win7", L"PointerSpeed=9", L"PointerSpeed=20"),
@@ -528,11 +528,7 @@ std::vector<RuleCase> GetTextCases() {
   };
   return {
       {Rule::kFileMissing,
-       [](SampleMachine& machine) {
-         for (const wchar_t* const language : {L"de-DE", L"en-US", L"fr-FR", L"ja-JP"}) {
-           machine.RemoveFile(std::wstring(language) + L"\\ModeChange.Resource.ini");
-         }
-       },
+       [](SampleMachine& machine) { machine.KeepLanguages({}); },
        {kEnglish},
        L"There are no texts, so the dialogs are empty."},
       {Rule::kTextMissing,

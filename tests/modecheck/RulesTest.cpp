@@ -6,6 +6,7 @@
 #include <set>
 
 #include "RuleCases.h"
+#include "fuzz/Damage.h"
 #include "support/Text.h"
 
 using ::testing::HasSubstr;
@@ -138,6 +139,23 @@ TEST(RulesTest, LookOnlyAtTheTextsThatAUserSees) {
   for (const wchar_t* const locale : {L"de-DE", L"de-AT", L"DE-de"}) {
     machine.locale = locale;
     EXPECT_EQ(machine.Check().size(), 1U) << Text::ToUtf8(locale);
+  }
+}
+
+TEST(RulesTest, SurviveDamagedFiles) {
+  constexpr std::uint64_t kSeeds = 40;
+  for (std::uint64_t seed = 0; seed < kSeeds; ++seed) {
+    Random random(seed);
+    SampleMachine machine;
+    const std::vector<std::wstring> names = machine.FileNames();
+    const std::wstring& name = random.Pick(names);
+    const Damage& damage = random.Pick(Damage::All());
+    SCOPED_TRACE(Text::ToUtf8(name) + ", seed " + std::to_string(seed) + ": " + damage.name);
+    machine.SetBytes(name, damage.Apply(random, machine.GetLines(name)));
+    for (const Finding& finding : machine.Check()) {
+      EXPECT_FALSE(finding.message.empty());
+      EXPECT_LT(finding.line, 100000U);
+    }
   }
 }
 

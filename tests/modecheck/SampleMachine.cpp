@@ -140,6 +140,14 @@ void SampleMachine::SetBytes(const std::wstring& file, const std::string& conten
   bytes[file] = content;
 }
 
+void SampleMachine::KeepLanguages(const std::set<std::wstring>& locales) {
+  std::erase_if(texts, [&locales](const auto& file) {
+    const fs::path name = file.first;
+    return name.filename() == L"ModeChange.Resource.ini" &&
+           !locales.contains(name.parent_path().wstring());
+  });
+}
+
 void SampleMachine::RemoveFile(const std::wstring& file) {
   texts.erase(file);
   bytes.erase(file);
@@ -148,6 +156,16 @@ void SampleMachine::RemoveFile(const std::wstring& file) {
 void SampleMachine::RenameFile(const std::wstring& from, const std::wstring& to) {
   texts[to] = texts.at(from);
   texts.erase(from);
+}
+
+std::vector<std::wstring> SampleMachine::FileNames() const {
+  std::vector<std::wstring> names;
+  for (const auto& [name, lines] : texts) names.push_back(name);
+  return names;
+}
+
+const std::vector<std::wstring>& SampleMachine::GetLines(const std::wstring& file) const {
+  return texts.at(file);
 }
 
 std::wstring SampleMachine::GetText(const std::wstring& file) const {

@@ -31,9 +31,13 @@ class SampleMachine {
   void SetText(const std::wstring& file, const std::wstring& text);
   /// Instead of text; the form is up to the test.
   void SetBytes(const std::wstring& file, const std::string& bytes);
+  /// Removes the texts of all others.
+  void KeepLanguages(const std::set<std::wstring>& locales);
   void RemoveFile(const std::wstring& file);
   void RenameFile(const std::wstring& from, const std::wstring& to);
 
+  [[nodiscard]] std::vector<std::wstring> FileNames() const;
+  [[nodiscard]] const std::vector<std::wstring>& GetLines(const std::wstring& file) const;
   [[nodiscard]] std::wstring GetText(const std::wstring& file) const;
   /// The number of the first such line of a section, as for Replace; 1 is the first line.
   [[nodiscard]] unsigned LineNumber(const std::wstring& file, const std::wstring& section,

@@ -81,6 +81,9 @@ std::optional<std::uint32_t> ChildProcess::Wait(std::uint32_t milliseconds) cons
 }
 
 ChildProcess::Result ChildProcess::Run(Options options) {
+  // Wine's desktop is started by the first program that needs it and keeps what that one could
+  // inherit: started by the child, it would hold the pipe below open for ever.
+  ::GetDesktopWindow();
   SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
   HANDLE readEnd = nullptr;
   HANDLE writeEnd = nullptr;

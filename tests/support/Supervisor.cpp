@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -21,6 +22,10 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Where a build that counts coverage is to leave its counts: a folder for each process, because
+// processes that add to one file at the same time would lose some.
+constexpr const wchar_t* kCoverageVariable = L"VELTO_COVERAGE";
+constexpr const wchar_t* kCountsPrefixVariable = L"GCOV_PREFIX";
 constexpr const wchar_t* kPatienceVariable = L"VELTO_SUPERVISOR_SECONDS";
 // Less than CTest's, which kills without cleaning up.
 constexpr std::uint32_t kDefaultPatienceInSeconds = 110;
@@ -42,10 +47,14 @@ int Run() {
     const ProgramCopy copy(Files::ProgramPath());
     std::optional<std::uint32_t> exitCode;
     {
+      std::map<std::wstring, std::wstring> variables = {{kFolderVariable, copy.Folder().wstring()}};
+      if (const wchar_t* counts = ::_wgetenv(kCoverageVariable); counts != nullptr) {
+        variables[kCountsPrefixVariable] = counts + (L"\\" + copy.Folder().filename().wstring());
+      }
       const ChildProcess child({.program = copy.Program(),
                                 .commandLine = ::GetCommandLineW(),
                                 .workingFolder = copy.Folder(),
-                                .variables = {{kFolderVariable, copy.Folder().wstring()}}});
+                                .variables = variables});
       const std::uint32_t patience = GetPatienceInSeconds();
       exitCode = child.Wait(1000 * patience);
       if (!exitCode.has_value()) {

@@ -91,7 +91,7 @@ Traces TraceCapture::Take() {
   return traces;
 }
 
-void TraceCapture::DropHistory() {
+void TraceCapture::Forget() noexcept {
   events.clear();
   takenEvents = 0;
   registrations.clear();

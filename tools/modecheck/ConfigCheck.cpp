@@ -113,10 +113,8 @@ void ConfigCheck::ReadLock(Configuration::Item* item) const {
   const std::wstring& section = item->name;
   const IniDocument::Key* const valueKey = file.Document().Find(section, kLockValue);
   const bool hasCount = file.Document().Find(section, kLockCount) != nullptr;
-  const auto names = file.FindNumbered(section, kLockedItem);
-  const auto values = file.FindNumbered(section, kLockedValue);
-  const bool hasRest =
-      (hasCount && file.ReadNumber(section, kLockCount) != 0) || !names.empty() || !values.empty();
+  const std::vector<LockEntry> entries = FindLockEntries(section);
+  const bool hasRest = (hasCount && file.ReadNumber(section, kLockCount) != 0) || !entries.empty();
   if (valueKey == nullptr && !hasRest) return;
 
   const std::optional<int> value = file.ReadNumber(section, kLockValue);
@@ -137,61 +135,77 @@ void ConfigCheck::ReadLock(Configuration::Item* item) const {
                    L"LockedOtherSettingItemCount, or remove the rule.");
     }
   }
-  ReadLockedItems(item);
+  CheckLockCount(section, entries);
+  for (const LockEntry& entry : entries) ReadLockEntry(entry, item);
 }
 
-void ConfigCheck::ReadLockedItems(Configuration::Item* item) const {
-  const std::wstring& section = item->name;
-  const auto names = file.FindNumbered(section, kLockedItem);
-  const auto values = file.FindNumbered(section, kLockedValue);
-  const int count = std::max(file.ReadNumber(section, kLockCount).value_or(0), 0);
-  std::set<unsigned> numbers;
-  for (const auto& [number, key] : values) numbers.insert(number);
-  for (const auto& [number, key] : names) numbers.insert(number);
-  const unsigned last = numbers.empty() ? 0 : *numbers.rbegin() + 1;
-
-  if (count > 0 && last > static_cast<unsigned>(count)) {
-    const unsigned unread = *numbers.lower_bound(static_cast<unsigned>(count));
-    const auto& key = names.contains(unread) ? names.at(unread) : values.at(unread);
-    file.Add(Rule::kCountTooSmall, key->line,
-             key->name + L" is not read: LockedOtherSettingItemCount is " + std::to_wstring(count) +
-                 L". Raise it to " + std::to_wstring(last) + L", or remove what is beyond it.");
-  } else if (count > 0 && last < static_cast<unsigned>(count)) {
-    file.Add(Rule::kLockedNameMissing, file.LineOf(section, kLockCount),
-             L"LockedOtherSettingItemCount is " + std::to_wstring(count) + L", but " + kLockedItem +
-                 std::to_wstring(last) +
-                 L" is missing. Name an item there, or lower the count to " +
-                 std::to_wstring(last) + L".");
+std::vector<ConfigCheck::LockEntry> ConfigCheck::FindLockEntries(
+    const std::wstring& section) const {
+  std::map<unsigned, LockEntry> entries;
+  for (const auto& [number, key] : file.FindNumbered(section, kLockedItem)) {
+    entries[number].name = key;
   }
+  for (const auto& [number, key] : file.FindNumbered(section, kLockedValue)) {
+    entries[number].value = key;
+  }
+  std::vector<LockEntry> list;
+  for (auto& [number, entry] : entries) {
+    entry.number = number;
+    list.push_back(entry);
+  }
+  return list;
+}
+
+void ConfigCheck::CheckLockCount(const std::wstring& section,
+                                 const std::vector<LockEntry>& entries) const {
+  const unsigned line = file.LineOf(section, kLockCount);
   unsigned next = 0;
-  for (const unsigned number : numbers) {
-    if (number > next) {
-      file.Add(Rule::kLockedNameMissing, file.LineOf(section, kLockCount),
+  for (const LockEntry& entry : entries) {
+    if (entry.number > next) {
+      file.Add(Rule::kLockedNameMissing, line,
                L"The lock rule of " + section + L" has no " + kLockedItem + std::to_wstring(next) +
                    L". Number its entries from 0 without gaps.");
     }
-    next = number + 1;
-    const std::wstring numberText = std::to_wstring(number);
-    const std::wstring name =
-        names.contains(number) ? file.ReadName(*names.at(number)) : std::wstring();
-    if (name.empty()) {
-      file.Add(Rule::kLockedNameMissing,
-               names.contains(number) ? names.at(number)->line : values.at(number)->line,
-               L"Entry " + numberText + L" of the lock rule of " + section +
-                   L" names no item. Add " + kLockedItem + numberText + L".");
-      continue;
-    }
-    const std::optional<int> value = file.ReadNumber(section, kLockedValue + numberText);
-    if (!values.contains(number) || value == kNoLockValue) {
-      file.Add(Rule::kLockedValueMissing,
-               values.contains(number) ? values.at(number)->line : names.at(number)->line,
-               name + L" is locked without a value" + (value ? L": -100 stands for none" : L"") +
-                   L". The settings dialog closes with an error. Add " + kLockedValue + numberText +
-                   L".");
-    }
-    if (value && value != kNoLockValue) {
-      item->lockedItems.push_back({name, *value, values.at(number)->line});
-    }
+    next = entry.number + 1;
+  }
+  const int signedCount = file.ReadNumber(section, kLockCount).value_or(0);
+  // Reported already.
+  if (signedCount < 1) return;
+  const auto count = static_cast<unsigned>(signedCount);
+  const std::wstring start = std::wstring(kLockCount) + L" is " + std::to_wstring(count);
+  if (next > count) {
+    const auto unread =
+        std::find_if(entries.begin(), entries.end(),
+                     [count](const LockEntry& entry) { return entry.number >= count; });
+    const IniDocument::Key& key = unread->FirstKey();
+    file.Add(Rule::kCountTooSmall, key.line,
+             key.name + L" is not read: " + start + L". Raise it to " + std::to_wstring(next) +
+                 L", or remove what is beyond it.");
+  } else if (next < count) {
+    file.Add(Rule::kLockedNameMissing, line,
+             start + L", but " + kLockedItem + std::to_wstring(next) +
+                 L" is missing. Name an item there, or lower the count to " +
+                 std::to_wstring(next) + L".");
+  }
+}
+
+void ConfigCheck::ReadLockEntry(const LockEntry& entry, Configuration::Item* item) const {
+  const std::wstring number = std::to_wstring(entry.number);
+  const std::wstring name = entry.name == nullptr ? L"" : file.ReadName(*entry.name);
+  if (name.empty()) {
+    file.Add(Rule::kLockedNameMissing, entry.FirstKey().line,
+             L"Entry " + number + L" of the lock rule of " + item->name + L" names no item. Add " +
+                 kLockedItem + number + L".");
+    return;
+  }
+  const std::optional<int> value = file.ReadNumber(item->name, kLockedValue + number);
+  if (entry.value == nullptr || value == kNoLockValue) {
+    file.Add(Rule::kLockedValueMissing, (entry.value == nullptr ? entry.name : entry.value)->line,
+             name + L" is locked without a value" + (value ? L": -100 stands for none" : L"") +
+                 L". The settings dialog closes with an error. Add " + kLockedValue + number +
+                 L".");
+  } else if (value) {
+    item->lockedItems.push_back({name, *value, entry.value->line});
   }
 }
 

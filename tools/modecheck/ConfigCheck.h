@@ -17,6 +17,16 @@ class ConfigCheck {
 
  private:
   using Entry = IniFileCheck::Entry;
+  /// The two keys of one locked item; null for one that is not there.
+  struct LockEntry {
+    unsigned number = 0;
+    const IniDocument::Key* name = nullptr;
+    const IniDocument::Key* value = nullptr;
+
+    [[nodiscard]] const IniDocument::Key& FirstKey() const {
+      return name != nullptr ? *name : *value;
+    }
+  };
   struct GroupMember {
     std::wstring name;
     unsigned line;
@@ -27,7 +37,9 @@ class ConfigCheck {
   void ReadItems();
   void ReadItem(const Entry& entry);
   void ReadLock(Configuration::Item* item) const;
-  void ReadLockedItems(Configuration::Item* item) const;
+  [[nodiscard]] std::vector<LockEntry> FindLockEntries(const std::wstring& section) const;
+  void CheckLockCount(const std::wstring& section, const std::vector<LockEntry>& entries) const;
+  void ReadLockEntry(const LockEntry& entry, Configuration::Item* item) const;
   void ReadGroups();
   void CheckName(const std::wstring& name, unsigned line, const wchar_t* kind);
   void CheckIcons() const;

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <regex>
 #include <system_error>
+#include <utility>
 
 #include "ConfigCheck.h"
 #include "DataCheck.h"
@@ -43,8 +44,8 @@ bool Exists(const fs::path& path) {
 
 }  // namespace
 
-FolderCheck::FolderCheck(const Options& options, Findings& findings)
-    : options(options), findings(findings) {}
+FolderCheck::FolderCheck(Options options, Findings& findings)
+    : options(std::move(options)), findings(findings) {}
 
 void FolderCheck::Run() {
   const auto config = Open(L"ModeChange.Config.ini");

@@ -21,7 +21,7 @@ class FolderCheck {
     EngineSource* engines = nullptr;  // null: not asked
   };
 
-  FolderCheck(const Options& options, Findings& findings);
+  FolderCheck(Options options, Findings& findings);
 
   void Run();
 

@@ -21,12 +21,15 @@ std::wstring_view RemoveQuotationMarks(std::wstring_view value) {
 }  // namespace
 
 IniDocument::IniDocument(std::wstring_view text) {
-  unsigned number = 0;
-  while (!text.empty()) {
-    const std::size_t length = text.find(L'\n');
-    ReadLine(Trim(text.substr(0, length)), ++number);
-    text.remove_prefix(length == std::wstring_view::npos ? text.size() : length + 1);
-  }
+  for (unsigned number = 1; !text.empty(); ++number) ReadLine(Trim(TakeLine(&text)), number);
+}
+
+std::wstring_view IniDocument::TakeLine(std::wstring_view* text) {
+  const std::size_t length = text->find_first_of(L"\r\n");
+  const std::wstring_view line = text->substr(0, length);
+  text->remove_prefix(line.size());
+  text->remove_prefix(text->starts_with(L"\r\n") ? 2 : text->empty() ? 0 : 1);
+  return line;
 }
 
 std::wstring_view IniDocument::Trim(std::wstring_view text) {
@@ -52,7 +55,10 @@ const IniDocument::Key* IniDocument::Find(std::wstring_view section, std::wstrin
 
 void IniDocument::ReadLine(std::wstring_view line, unsigned number) {
   if (line.empty() || line.front() == L';') return;
-  if (line.front() == L'[') {
+  if (line.find(L'\0') != std::wstring_view::npos) {
+    const std::wstring_view start = line.substr(0, line.find(L'\0'));
+    brokenLines.push_back({std::wstring(start), number, L"A zero character ends the line there."});
+  } else if (line.front() == L'[') {
     ReadSection(line, number);
   } else {
     ReadKey(line, number);

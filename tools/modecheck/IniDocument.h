@@ -46,6 +46,8 @@ class IniDocument {
   [[nodiscard]] const Section* FindSection(std::wstring_view name) const;
   [[nodiscard]] const Key* Find(std::wstring_view section, std::wstring_view key) const;
 
+  /// The first line, without its end. Any of "\n", "\r" and "\r\n" ends one.
+  [[nodiscard]] static std::wstring_view TakeLine(std::wstring_view* text);
   /// Without the white space around it, as the profile functions understand that.
   [[nodiscard]] static std::wstring_view Trim(std::wstring_view text);
 

@@ -110,14 +110,10 @@ void IniFileCheck::ReadText(const std::filesystem::path& path) {
 }
 
 void IniFileCheck::CheckTextWithoutMark(std::wstring_view text) const {
-  unsigned number = 0;
   unsigned first = 0;
   unsigned count = 0;
-  while (!text.empty()) {
-    const std::size_t length = text.find(L'\n');
-    const std::wstring_view line = IniDocument::Trim(text.substr(0, length));
-    text.remove_prefix(length == std::wstring_view::npos ? text.size() : length + 1);
-    ++number;
+  for (unsigned number = 1; !text.empty(); ++number) {
+    const std::wstring_view line = IniDocument::Trim(IniDocument::TakeLine(&text));
     if (line.starts_with(L';') || Names::IsAscii(line)) continue;
     if (first == 0) first = number;
     ++count;

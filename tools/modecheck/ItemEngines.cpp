@@ -61,8 +61,8 @@ void ItemEngines::Ask(const Configuration::Item& item, const std::filesystem::pa
   if (answer.available.size() < kFewestValues) {
     file.Add(Rule::kEngineTooFewValues, item.line,
              L"The engine " + item.enginePath + L" has " +
-                 std::to_wstring(answer.available.size()) + L" values; with fewer than two, " +
-                 item.name +
+                 (answer.available.empty() ? L"no value" : L"one value") +
+                 L"; with fewer than two, " + item.name +
                  L" is never shown and never set. Give the engine more, or remove the item.");
   }
   answers[Names::Fold(item.name)] = std::move(answer);

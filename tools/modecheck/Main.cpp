@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include <array>
+#include <filesystem>
 #include <new>
 
 #include "CheckCommandLine.h"
@@ -92,6 +92,11 @@ int wmain(int count, wchar_t** arguments) {
     return kExitNotChecked;
   } catch (const std::bad_alloc&) {
     errors.WriteLine(L"modecheck: out of memory");
+    return kExitNotChecked;
+  } catch (const std::filesystem::filesystem_error& error) {
+    // A folder that goes away while it is read.
+    errors.WriteLine(L"modecheck: can't read " + error.path1().wstring());
+    errors.WriteLine(L"Check that it is still there, and that you may read it.");
     return kExitNotChecked;
   }
 }

@@ -20,7 +20,24 @@ bool IsPlaceholderLetter(wchar_t letter) {
   return (letter >= L'A' && letter <= L'Z') || (letter >= L'a' && letter <= L'z') || letter == L'_';
 }
 
-/// What looks like a placeholder but is none of those that are replaced, the missing "%" included.
+/// What looks like a placeholder at the "%" there: up to its second "%", if it has one.
+std::wstring TakePlaceholder(const std::wstring& text, std::size_t at) {
+  std::size_t end = at + 1;
+  while (end < text.size() && IsPlaceholderLetter(text[end])) ++end;
+  const bool isClosed = end > at + 1 && end < text.size() && text[end] == L'%';
+  return text.substr(at, end - at + (isClosed ? 1 : 0));
+}
+
+/// Whether that was meant for a placeholder. Without the second "%" it has to have a known name:
+/// a text may well speak of percent.
+bool IsPlaceholder(const std::wstring& candidate, const std::vector<std::wstring>& known) {
+  if (candidate.size() > 1 && candidate.ends_with(L'%')) return true;
+  return std::any_of(known.begin(), known.end(), [&candidate](const std::wstring& one) {
+    return Names::AreEqual(one, candidate + L"%");
+  });
+}
+
+/// What looks like a placeholder but is none of those that are replaced.
 std::vector<std::wstring> FindUnknownPlaceholders(std::wstring text,
                                                   const std::vector<std::wstring>& known) {
   for (const std::wstring& placeholder : known) {
@@ -31,16 +48,9 @@ std::vector<std::wstring> FindUnknownPlaceholders(std::wstring text,
   }
   std::vector<std::wstring> unknown;
   for (std::size_t at = text.find(L'%'); at != std::wstring::npos; at = text.find(L'%', at)) {
-    std::size_t end = at + 1;
-    while (end < text.size() && IsPlaceholderLetter(text[end])) ++end;
-    const bool isClosed = end < text.size() && text[end] == L'%';
-    const std::wstring name = text.substr(at, end - at) + L"%";
-    const bool isMeant = std::any_of(known.begin(), known.end(), [&name](const std::wstring& one) {
-      return Names::AreEqual(one, name);
-    });
-    if ((isClosed && end > at + 1) || isMeant)
-      unknown.push_back(text.substr(at, end + (isClosed ? 1 : 0) - at));
-    at = end + (isClosed && end > at + 1 ? 1 : 0);
+    const std::wstring candidate = TakePlaceholder(text, at);
+    if (IsPlaceholder(candidate, known)) unknown.push_back(candidate);
+    at += candidate.size();
   }
   return unknown;
 }
@@ -111,8 +121,7 @@ void TextsCheck::Run() const {
   }
 }
 
-void TextsCheck::CheckText(const IniFileCheck& file, const TextRule& rule,
-                           AccessKeys* accessKeys) const {
+void TextsCheck::CheckText(const IniFileCheck& file, const TextRule& rule, AccessKeys* accessKeys) {
   const IniDocument::Key* const text = file.Document().Find(rule.section, rule.key);
   if (text == nullptr || text->value.empty()) {
     if (!rule.isRequired) return;

@@ -30,7 +30,7 @@ class TextsCheck {
   using AccessKeys = std::map<std::wstring, std::map<wchar_t, std::wstring>>;
 
   void AddItemTexts(const Configuration& configuration, const ItemEngines& engines);
-  void CheckText(const IniFileCheck& file, const TextRule& rule, AccessKeys* accessKeys) const;
+  static void CheckText(const IniFileCheck& file, const TextRule& rule, AccessKeys* accessKeys);
   static void CheckPlaceholders(const IniFileCheck& file, const TextRule& rule,
                                 const IniDocument::Key& text);
   static void CheckMarks(const IniFileCheck& file, const TextRule& rule,

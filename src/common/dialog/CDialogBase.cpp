@@ -109,6 +109,8 @@ INT_PTR CDialogBase::ControlColor(HDC dc, HBRUSH background) noexcept {
 INT_PTR CALLBACK CDialogBase::DialogProc(HWND window, UINT message, WPARAM wParam,
                                          LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG) {
+    // Anybody may send another one, with anything in it.
+    if (::GetWindowLongPtrW(window, DWLP_USER) != 0) return FALSE;
     ::SetWindowLongPtrW(window, DWLP_USER, lParam);
     reinterpret_cast<Binding*>(lParam)->Attach(window);
   }

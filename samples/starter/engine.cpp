@@ -37,8 +37,8 @@ BOOL WINAPI VeltoDeviceEngine_SelectDevice(VELTO_DEVICE_ENGINE_HANDLE, UINT inde
 
 BOOL WINAPI VeltoDeviceEngine_GetStringInformation(VELTO_DEVICE_ENGINE_HANDLE, UINT identifier,
                                                    UINT subIndex, UINT* length, WCHAR* buffer) {
-  if (identifier == VELTO_ENGINE_STRING_ITEM_KEY) return CopyKey(L"Outside", length, buffer);
-  return CopyKey(subIndex == 0 ? L"OutsideOff" : L"OutsideOn", length, buffer);
+  if (identifier == VELTO_ENGINE_STRING_ITEM_KEY) return CopyKey(L"Starter_Name", length, buffer);
+  return CopyKey(subIndex == 0 ? L"Starter_Value0" : L"Starter_Value1", length, buffer);
 }
 
 BOOL WINAPI VeltoDeviceEngine_GetINT32Information(VELTO_DEVICE_ENGINE_HANDLE, UINT identifier,
