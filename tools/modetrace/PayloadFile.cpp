@@ -65,6 +65,8 @@ std::vector<FilePayload> FindInXml(std::string_view text) {
     const std::size_t begin = text.find('>', start);
     const std::size_t end = text.find('<', start + 1);
     if (begin == std::string_view::npos || end == std::string_view::npos || end < begin) continue;
+    const bool isEmpty = text[begin - 1] == '/';
+    if (isEmpty) continue;
     payloads.push_back(ReadPayload(text.substr(begin + 1, end - begin - 1), LineOf(text, begin)));
   }
   return payloads;
