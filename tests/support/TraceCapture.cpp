@@ -91,6 +91,12 @@ Traces TraceCapture::Take() {
   return traces;
 }
 
+void TraceCapture::Forget() noexcept {
+  events.clear();
+  takenEvents = 0;
+  registrations.clear();
+}
+
 ULONG TraceCapture::Register(const GUID* provider, const void* callback, const void* context,
                              REGHANDLE* registration) {
   ::SetLastError(kSpoiledError);
@@ -99,7 +105,7 @@ ULONG TraceCapture::Register(const GUID* provider, const void* callback, const v
                            .hasCallback = callback != nullptr,
                            .hasContext = context != nullptr});
   // A number of its own each, so that the use of a registration that is gone shows.
-  *registration = registrations.size();
+  *registration = ++lastRegistration;
   open[*registration] = *provider;
   return ERROR_SUCCESS;
 }

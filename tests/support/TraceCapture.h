@@ -70,6 +70,10 @@ class TraceCapture {
   /// All events, taken or not.
   [[nodiscard]] const std::vector<TraceEvent>& Events() const noexcept { return events; }
 
+  /// Forgets what there was, taken or not: millions of events would take too much memory. What is
+  /// open stays open.
+  void Forget() noexcept;
+
   /// All registrations that there were, and how many of them are left.
   [[nodiscard]] const std::vector<Registration>& Registrations() const noexcept {
     return registrations;
@@ -80,6 +84,7 @@ class TraceCapture {
 
   /// For events that the test makes itself: they are no failure points of the library.
   void LeaveOutOfCoverage() noexcept { isCoverage = false; }
+
 
   /// What Windows answers from now on; ERROR_SUCCESS accepts again. Events are captured even where
   /// their write is answered with an error.
@@ -96,7 +101,9 @@ class TraceCapture {
   std::vector<TraceEvent> events;
   std::size_t takenEvents = 0;
   std::vector<Registration> registrations;
+  REGHANDLE lastRegistration = 0;
   std::map<REGHANDLE, GUID> open;
+  REGHANDLE lastRegistration = 0;
   std::size_t misuses = 0;
   bool isCoverage = true;
   ULONG registrationAnswer = ERROR_SUCCESS;

@@ -384,6 +384,33 @@ TEST_F(AnnouncementTest, AChoiceThatCannotBeSavedFailsTheRequest) {
   EXPECT_FALSE(sandbox.Exists(sandbox.DataFile(L"ModeChange.Status.ini")));
 }
 
+TEST_F(AnnouncementTest, WithoutMemoryForAChoiceTheRequestFails) {
+  OpenOn(kEco);
+  EXPECT_FALSE(RequestAnd(1, [this] {
+    Press(IDC_ANNOUNCE_NOT_SHOW);
+    interposition.Replace("SHGetSpecialFolderPathW",
+                          [](HWND, wchar_t*, int, BOOL) -> BOOL { throw std::bad_alloc(); });
+    Press(IDC_OK_BUTTON);
+  }));
+  EXPECT_EQ(traces.Take(), (Traces{{L"CModeChange::RequestToChangeMode", 913, L"100"},
+                                   {L"VeltoModeChange_RequestToSetINT32Information", 339, L"0, 0"},
+                                   {L"VeltoModeChange_RequestToSetINT32Information", 341, L"1"}}));
+  PumpAll();
+  EXPECT_TRUE(results.empty());
+}
+
+TEST_F(AnnouncementTest, WithoutMemoryForItsTextsTheRequestFails) {
+  OpenOn(kEco);
+  interposition.Replace("SetWindowTextW",
+                        [](HWND, const wchar_t*) -> BOOL { throw std::bad_alloc(); });
+  EXPECT_FALSE(Request(1));
+  EXPECT_EQ(traces.Take(), (Traces{{L"CModeChange::RequestToChangeMode", 913, L"100"},
+                                   {L"VeltoModeChange_RequestToSetINT32Information", 339, L"0, 0"},
+                                   {L"VeltoModeChange_RequestToSetINT32Information", 341, L"1"}}));
+  PumpAll();
+  EXPECT_TRUE(results.empty());
+}
+
 TEST_F(AnnouncementTest, CancelChangesNothingAndLooksLikeACompletedChange) {
   SetDefault(L"Eco", L"Lamp", 1);
   OpenOn(kEco);

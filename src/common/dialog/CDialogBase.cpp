@@ -82,6 +82,19 @@ INT_PTR CDialogBase::Handled(LRESULT result) const noexcept {
   return TRUE;
 }
 
+void CDialogBase::CloseLater() const noexcept {
+  if (window == nullptr || ::PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) return;
+  ::SendMessageW(window, WM_CLOSE, 0, 0);
+}
+
+void CDialogBase::EndModal(INT_PTR result) const noexcept {
+  if (::EndDialog(window, result) != FALSE) return;
+  // Its modal loop ends with the window, but only EndDialog lets the owner be used again.
+  const HWND owner = ::GetWindow(window, GW_OWNER);
+  if (owner != nullptr) ::EnableWindow(owner, TRUE);
+  ::DestroyWindow(window);
+}
+
 void CDialogBase::SetControlFont(int control, HFONT font) const noexcept {
   if (font == nullptr) return;
   ::SendDlgItemMessageW(window, control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);
@@ -96,6 +109,8 @@ INT_PTR CDialogBase::ControlColor(HDC dc, HBRUSH background) noexcept {
 INT_PTR CALLBACK CDialogBase::DialogProc(HWND window, UINT message, WPARAM wParam,
                                          LPARAM lParam) noexcept {
   if (message == WM_INITDIALOG) {
+    // Anybody may send another one, with anything in it.
+    if (::GetWindowLongPtrW(window, DWLP_USER) != 0) return FALSE;
     ::SetWindowLongPtrW(window, DWLP_USER, lParam);
     reinterpret_cast<Binding*>(lParam)->Attach(window);
   }

@@ -327,6 +327,18 @@ TEST_F(CDialogBaseTest, ItsWindowMayGoWhileAHandlerRunsAnotherDialog) {
   EXPECT_FALSE(history.isDestroyed);
 }
 
+TEST_F(CDialogBaseTest, IsMadeOnce) {
+  const HWND window = Create();
+  history.messages.clear();
+  // Anybody may send this message, with anything in it.
+  for (const LPARAM parameter : {LPARAM{0}, LPARAM{1}, reinterpret_cast<LPARAM>(&history)}) {
+    EXPECT_EQ(::SendMessageW(window, WM_INITDIALOG, 0, parameter), FALSE);
+  }
+  EXPECT_THAT(history.messages, IsEmpty());
+  ::SendMessageW(window, kFirst, 0, 0);
+  EXPECT_THAT(history.messages, ElementsAre(kFirst)) << "The dialog goes on.";
+}
+
 // --- Handlers that fail --------------------------------------------------------------------------
 
 TEST_F(CDialogBaseTest, ReportsAHandlerThatRunsOutOfMemory) {

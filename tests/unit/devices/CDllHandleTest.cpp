@@ -83,6 +83,16 @@ TEST_F(CDllHandleTest, FreesADllThatIsRefused) {
   EXPECT_EQ(::GetModuleHandleW(dll.c_str()), nullptr);
 }
 
+TEST_F(CDllHandleTest, WhoRefusesADllNeedsNothingToForget) {
+  class RefusingHandle : public Common::CDllHandle {
+   protected:
+    bool OnLoad(HMODULE /*loaded*/) override { return false; }
+  };
+  RefusingHandle refusing;
+  EXPECT_FALSE(refusing.Load(dll.c_str()));
+  EXPECT_THAT(handles.Held(), IsEmpty());
+}
+
 TEST_F(CDllHandleTest, CanLoadAfterARefusal) {
   handle->accepts = false;
   EXPECT_FALSE(handle->Load(dll.c_str()));

@@ -56,6 +56,24 @@ TEST_F(CQtx05a9DllApplicationSwitchControlTest, PassesTheDriversStatusOn) {
   }
 }
 
+TEST_F(CQtx05a9DllApplicationSwitchControlTest, ForgetsTheFunctionsOfADriverThatIsRefused) {
+  class RefusingControl : public Qtx05a9::CQtx05a9DllApplicationSwitchControl {
+   protected:
+    bool OnLoad(HMODULE loaded) override {
+      EXPECT_TRUE(CQtx05a9DllApplicationSwitchControl::OnLoad(loaded));
+      return false;
+    }
+  };
+  InstallDriver();
+  RefusingControl refusing;
+  EXPECT_FALSE(refusing.LoadDriver());
+  EXPECT_THAT(handles.Held(), IsEmpty());
+  DWORD info = 0;
+  EXPECT_EQ(refusing.GetSwitchInfo(&info), 1U);
+  EXPECT_EQ(refusing.SetApplicationSwitch(0x20, 0), 1U);
+  EXPECT_THAT(driver->calls, IsEmpty());
+}
+
 TEST_F(CQtx05a9DllApplicationSwitchControlTest, IsNotSupportedBeforeItIsLoaded) {
   InstallDriver();
   DWORD info = 0;

@@ -232,6 +232,32 @@ TEST_F(CModeSettingItemListLineLockTest, ARadioButtonLocksAndReleasesAtOnce) {
   EXPECT_THAT(list.Take(), ElementsAre("changed"));
 }
 
+TEST_F(CModeSettingItemListLineLockTest, MemoryThatRunsOutForALockIsReported) {
+  SetLockRule(1, {{L"Fan", 0}, {L"Screen", -1}});
+  SetSaved(L"Eco", 0);
+  MakeAndSelect();
+  // Each piece of memory that the click asks for is refused in turn.
+  std::uint32_t reported = 0;
+  for (std::uint32_t nth = 1;; ++nth) {
+    SCOPED_TRACE(nth);
+    interposition.ClearCalls();
+    interposition.Fail("malloc", {.nth = nth});
+    Click(IDC_SECOND_VALUE);
+    interposition.StopFailing();
+    const ListWindow::Log said = list.Take();
+    if (interposition.Count("malloc") < nth) {
+      EXPECT_THAT(said, ElementsAre("Lamp locks Fan=0, Screen=4294967295", "changed"));
+      break;
+    }
+    ++reported;
+    EXPECT_THAT(said, ElementsAre("error 100"));
+    EXPECT_EQ(traces.Take(), (Traces{In(L"OnHandlerFailed", 152)}));
+    Click(IDC_FIRST_VALUE);
+    EXPECT_THAT(list.Take(), ElementsAre("changed"));
+  }
+  EXPECT_GE(reported, 2U) << "The names and the values are copied.";
+}
+
 TEST_F(CModeSettingItemListLineLockTest, TheCheckBoxLocksAndReleases) {
   SetLockRule(1, {{L"Fan", 0}});
   SetSaved(L"Eco", 1);

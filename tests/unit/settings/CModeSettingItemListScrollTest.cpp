@@ -442,6 +442,14 @@ TEST_F(CModeSettingItemListFocusTest, TheFirstLineOfAGroupBringsTheTitleAlong) {
   EXPECT_EQ(BarPosition(), 0);
 }
 
+TEST_F(CModeSettingItemListFocusTest, TheListHandsTheFocusOnToARow) {
+  ::SetFocus(Box(Lines().back()));
+  ASSERT_FALSE(IsInView(Lines().front()));
+  ::SetFocus(List());
+  EXPECT_EQ(::GetParent(::GetFocus()), Lines().front());
+  EXPECT_TRUE(IsInView(Lines().front()));
+}
+
 TEST_F(CModeSettingItemListFocusTest, ShowsTheUpperPartOfARowThatIsHigherThanTheView) {
   ::SetWindowPos(List(), nullptr, 0, 0, 400, unit / 2, SWP_NOMOVE | SWP_NOZORDER);
   ::SetFocus(Box(Lines()[3]));

@@ -805,6 +805,19 @@ TEST_F(CModeSettingsAreaTest, TellsTheUserWhichItemsHaveNoValue) {
   EXPECT_EQ(Status(L"Quiet"), L"1");
 }
 
+TEST_F(CModeSettingsAreaTest, TellsTheUserOfAnItemWithoutAName) {
+  Open();
+  const HWND lamp = Line(L"Lamp");
+  Click(lamp, IDC_SETTING_ITEM);
+  for (const int value : {IDC_FIRST_VALUE, IDC_SECOND_VALUE}) {
+    ::SendDlgItemMessageW(lamp, value, BM_SETCHECK, BST_UNCHECKED, 0);
+  }
+  SetText(L"SettingItem", L"Lamp_Name", L"");
+  robot.Then("box", DialogRobot::AnyMessageBox(), [](HWND box) { DialogRobot::Dismiss(box); });
+  EXPECT_EQ(area->SaveSettings(), 0);
+  EXPECT_THAT(Boxes(), ElementsAre(L"No value:\r\n\r\nSelect one. | Mode Change | 48"));
+}
+
 TEST_F(CModeSettingsAreaTest, AUserWhoCannotBeToldIsAFailure) {
   Open();
   Click(Line(L"Lamp"), IDC_SETTING_ITEM);

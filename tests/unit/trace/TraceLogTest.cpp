@@ -140,6 +140,7 @@ TEST_F(TraceLogTest, FormatsNumbersAndTexts) {
   trace.WriteUIntPair(L"A::B", 7, 1, kMaxUInt);
   trace.WriteTextUInt(L"A::B", 8, L"C:\\100%s", 2);
   trace.WriteTextUInt(L"A::B", 9, L"", kMaxUInt);
+  trace.WriteTextUInt(L"A::B", 10, nullptr, 0);
   EXPECT_EQ(traces.Take(), (Traces{{L"A::B", 1, L"0"},
                                    {L"A::B", 2, L"4294967295"},
                                    {L"A::B", 3, L"-2147483648"},
@@ -148,7 +149,8 @@ TEST_F(TraceLogTest, FormatsNumbersAndTexts) {
                                    {L"A::B", 6, L"4294967295, 0"},
                                    {L"A::B", 7, L"1, 4294967295"},
                                    {L"A::B", 8, L"C:\\100%s, 2"},
-                                   {L"A::B", 9, L", 4294967295"}}));
+                                   {L"A::B", 9, L", 4294967295"},
+                                   {L"A::B", 10, L"(null), 0"}}));
 }
 
 TEST_F(TraceLogTest, AnswersFalseForItsCaller) {
