@@ -43,7 +43,7 @@ void SetRegistryText(HKEY key, const wchar_t* name, const std::wstring& text) {
 }  // namespace
 
 Machine::Machine(Interposition& interposition, MemoryBalance& memory, HMODULE library)
-    : user(interposition), interposition(interposition), memory(memory), sandbox(interposition) {
+    : user(interposition), memory(memory), sandbox(interposition) {
   user.report = [this](const std::string& problem) { AddProblem(problem); };
   Resolve(library, "VeltoModeChange_CreateHandle", &createHandle);
   Resolve(library, "VeltoModeChange_DeleteHandle", &deleteHandle);

@@ -94,7 +94,6 @@ class Machine {
   void ReadIniFile(const std::wstring& name, MachineState* state) const;
   void WriteDataFile(const wchar_t* name, const std::string& bytes);
 
-  Interposition& interposition;
   MemoryBalance& memory;
   Sandbox sandbox;
   EngineLog log;

@@ -85,7 +85,6 @@ class TraceCapture {
   /// For events that the test makes itself: they are no failure points of the library.
   void LeaveOutOfCoverage() noexcept { isCoverage = false; }
 
-
   /// What Windows answers from now on; ERROR_SUCCESS accepts again. Events are captured even where
   /// their write is answered with an error.
   void AnswerRegistrations(ULONG error) noexcept { registrationAnswer = error; }
@@ -103,7 +102,6 @@ class TraceCapture {
   std::vector<Registration> registrations;
   REGHANDLE lastRegistration = 0;
   std::map<REGHANDLE, GUID> open;
-  REGHANDLE lastRegistration = 0;
   std::size_t misuses = 0;
   bool isCoverage = true;
   ULONG registrationAnswer = ERROR_SUCCESS;

@@ -335,6 +335,21 @@ TEST_F(ChangeModeWindowMisbehaviourTest, IsIdleAgainWhereNoMessageCanBePostedAtA
 
 // --- Memory that runs out ------------------------------------------------------------------------
 
+TEST_F(ChangeModeWindowMisbehaviourTest, IsTracedWhenMemoryRunsOutAtTheEnd) {
+  const auto original =
+      interposition.Original<decltype(&::WritePrivateProfileStringW)>("WritePrivateProfileStringW");
+  interposition.Replace("WritePrivateProfileStringW",
+                        [original](const wchar_t* section, const wchar_t* key, const wchar_t* value,
+                                   const wchar_t* file) -> BOOL {
+                          if (std::wstring_view(section) == L"CurrentModeStatus") {
+                            throw std::bad_alloc();
+                          }
+                          return original(section, key, value, file);
+                        });
+  EXPECT_THAT(Change(L"Eco", kOn), ElementsAre(Told(0)));
+  EXPECT_EQ(traces.Take(), (Traces{In(L"OnCompletionNotice", 646)}));
+}
+
 class ChangeModeWindowMemoryTest : public ChangeModeWindowMisbehaviourTest {
  protected:
   static constexpr std::uint32_t kNever = std::numeric_limits<std::uint32_t>::max();
