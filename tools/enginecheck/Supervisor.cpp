@@ -13,6 +13,8 @@ namespace {
 
 /// What a worker needs besides the engine's time.
 constexpr ULONGLONG kGraceInMs = 5000;
+/// Until its first record a worker has not loaded the engine: what it takes is the system's.
+constexpr ULONGLONG kStartInMs = 60'000;
 const std::wstring kArea = L"Stability";
 
 struct KernelObjectTraits {
@@ -152,7 +154,7 @@ Supervisor::Progress Supervisor::RunWorkerProcess(std::optional<INT32> valueToRe
                         .valueToRestore = valueToRestore,
                         .engine = enginePath});
   Progress progress;
-  progress.since = ::GetTickCount64();
+  progress.deadline = ::GetTickCount64() + kStartInMs;
   RecordReader reader;
   for (bool hasEnded = false; !hasEnded;) {
     // First whether it has ended, then what it wrote before.
@@ -161,9 +163,7 @@ Supervisor::Progress Supervisor::RunWorkerProcess(std::optional<INT32> valueToRe
       reader.Add(bytes);
       while (const std::optional<Record> record = reader.Next()) Take(*record, progress);
     }
-    if (hasEnded || ::GetTickCount64() - progress.since < options.timeoutInMs + kGraceInMs) {
-      continue;
-    }
+    if (hasEnded || ::GetTickCount64() < progress.deadline) continue;
     ReportHang(progress);
     return progress;
   }
@@ -172,7 +172,7 @@ Supervisor::Progress Supervisor::RunWorkerProcess(std::optional<INT32> valueToRe
 }
 
 void Supervisor::Take(const Record& record, Progress& progress) {
-  progress.since = ::GetTickCount64();
+  progress.deadline = ::GetTickCount64() + options.timeoutInMs + kGraceInMs;
   switch (record.kind) {
     case RecordKind::kCall:
       progress.call = record.fields.empty() ? std::wstring() : record.fields.front();
@@ -212,6 +212,10 @@ void Supervisor::ReportCrash(const Record& record, const Progress& progress) {
 }
 
 void Supervisor::ReportHang(const Progress& progress) {
+  if (progress.call.empty()) {
+    throw CommandError{L"The process for the engine does not start.",
+                       L"Try again when the machine has less to do."};
+  }
   const std::wstring when =
       (progress.isInCall ? L"did not come back from: " : L"hangs after: ") + progress.call + L".";
   listener({Severity::kFailure, kArea, L"hang", L"The engine " + when,

@@ -32,7 +32,7 @@ class Supervisor {
   struct Progress {
     std::wstring call;  // that is under way
     bool isInCall = false;
-    ULONGLONG since = 0;
+    ULONGLONG deadline = 0;  // for the next record
     std::optional<INT32> firstValue;
     bool isRestored = false;
     bool hasCrashed = false;
