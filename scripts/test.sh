@@ -8,8 +8,9 @@ usage() {
 Usage: scripts/test.sh [--fast]
 
 Installs what is missing on Debian 12, checks the formatting, builds with GCC and
-Clang, runs clang-tidy and then all tests of both builds. Ends with CTest's summary
-of the release build.
+Clang, runs clang-tidy, then the tests of the Clang build but for those that try the
+product by the thousands, and all tests of the release build. Ends with CTest's summary
+of the latter.
 
   --fast   only build and test the release build
   --help   this text

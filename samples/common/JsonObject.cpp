@@ -52,8 +52,9 @@ JsonObject& JsonObject::AddObject(std::wstring_view name, const JsonObject& obje
 
 JsonObject& JsonObject::AddList(std::wstring_view name, const std::vector<JsonObject>& list) {
   std::wstring lines;
-  for (const JsonObject& object : list)
+  for (const JsonObject& object : list) {
     lines += (lines.empty() ? L"\n  " : L",\n  ") + object.Text();
+  }
   return Add(name, L"[" + lines + (list.empty() ? L"]" : L"\n]"));
 }
 
