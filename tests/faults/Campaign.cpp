@@ -279,7 +279,7 @@ std::string Campaign::Summary() const {
     sum.injections += total.injections;
     sum.functions.insert(total.functions.begin(), total.functions.end());
   }
-  text << "\nfaults: " << operationNames.size() << " operations, " << sum.calls
+  text << "\nfaults: " << totals.size() << " operations, " << sum.calls
        << " fallible calls, " << sum.cases << " cases";
   if (leftOut > 0) text << " of " << sum.cases + leftOut;
   text << ", " << sum.injections << " injections into " << sum.functions.size() << " functions, "
