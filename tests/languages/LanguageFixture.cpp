@@ -1,6 +1,7 @@
 #include "languages/LanguageFixture.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <fstream>
 #include <iterator>
 
@@ -13,7 +14,8 @@ constexpr const wchar_t* kEastAsianFont = L"WenQuanYi Micro Hei";
 // Chosen for the units that they give, 6 x 13 pixels as on a western Windows, and 5 x 10.
 const DialogFont kWesternDialogFont{kEastAsianFont, 8};
 const DialogFont kEastAsianDialogFont{kWesternFont, 7};
-constexpr UINT kShortTime = 10;  // milliseconds
+constexpr UINT kShortTime = 10;          // milliseconds
+constexpr std::uint32_t kPatience = 90;  // seconds: a test opens a dozen dialogs
 
 struct SampleItem {
   const wchar_t* name;
@@ -49,6 +51,7 @@ bool HasFont(const std::wstring& face) {
 }  // namespace
 
 LanguageTest::LanguageTest() {
+  watchdog.SetPatience(kPatience);
   CopySample();
   for (const SampleItem& item : kItems) {
     const std::wstring name = item.name;

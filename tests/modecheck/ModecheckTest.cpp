@@ -23,17 +23,9 @@ fs::path Program() {
   return BuiltProgramsFolder() / L"modecheck.exe";
 }
 
-/// The program itself, on the sample configuration with its real engines.
+/// The program itself, on the sample configuration.
 class ModecheckTest : public ::testing::Test {
  protected:
-  void UseRealEngines() {
-    machine.WriteFiles();
-    for (const auto& [item, answers] : machine.engines) {
-      const fs::path engine = fs::path(L"Engines") / (item + L".dll");
-      fs::remove(machine.Folder() / engine);
-      fs::copy_file(BuiltProgramsFolder() / engine, machine.Folder() / engine);
-    }
-  }
   [[nodiscard]] ChildProcess::Result Run(const std::wstring& arguments) const {
     return ChildProcess::Run({.program = Program(),
                               .commandLine = L"modecheck " + arguments,
@@ -54,7 +46,13 @@ class EngineProcessTest : public ::testing::Test {
 }  // namespace
 
 TEST_F(ModecheckTest, FindsNothingInTheSample) {
-  UseRealEngines();
+  const SampleMachine all(SampleMachine::Languages::kAll);
+  all.WriteFiles();
+  for (const auto& [item, answers] : all.engines) {
+    const fs::path engine = fs::path(L"Engines") / (item + L".dll");
+    fs::remove(all.Folder() / engine);
+    fs::copy_file(BuiltProgramsFolder() / engine, all.Folder() / engine);
+  }
   const ChildProcess::Result result = Run(L"--strict machine");
   EXPECT_EQ(result.exitCode, 0U);
   EXPECT_THAT(result.output, EndsWith(" files checked, 0 errors, 0 warnings\n"));
@@ -102,7 +100,6 @@ TEST_F(ModecheckTest, PrintsJson) {
 
 TEST_F(ModecheckTest, PrintsATableOfTexts) {
   machine.Remove(L"de-DE\\ModeChange.Resource.ini", L"Mode", L"Eco=");
-  machine.KeepLanguages({L"de-DE", L"en-US"});
   machine.WriteFiles();
   const std::string output = Run(L"--no-engines --texts machine").output;
   EXPECT_THAT(output, HasSubstr("  de-DE  en-US"));

@@ -18,7 +18,9 @@ class ScriptedEngines final : public EngineSource {
   explicit ScriptedEngines(const std::map<std::wstring, EngineAnswers>& answers)
       : answers(answers) {}
   [[nodiscard]] EngineAnswers Ask(const fs::path& engine) override {
-    return answers.at(engine.stem().wstring());
+    const auto answer = answers.find(engine.stem().wstring());
+    if (answer != answers.end()) return answer->second;
+    return {.problem = EngineAnswers::Problem::kNotLoaded, .details = L"it is no engine."};
   }
 
  private:
@@ -54,13 +56,15 @@ void Write(const fs::path& path, const std::string& bytes) {
 
 }  // namespace
 
-SampleMachine::SampleMachine() : folder(Files::ProgramPath().parent_path() / L"machine") {
+SampleMachine::SampleMachine(Languages languages)
+    : folder(Files::ProgramPath().parent_path() / L"machine") {
   const fs::path sample = SAMPLE_CONFIG_FOLDER;
   for (const fs::directory_entry& entry : fs::recursive_directory_iterator(sample)) {
     if (entry.is_directory()) continue;
     fs::path name = entry.path().lexically_relative(sample);
     texts[name.make_preferred().wstring()] = Split(ReadUtf16(entry.path()));
   }
+  if (languages == Languages::kTwo) KeepLanguages({L"de-DE", L"en-US"});
   AddEngine(L"PowerScheme", 3);
   AddEngine(L"VisualEffects", 2);
   AddEngine(L"ScreenSaver", 3);

@@ -14,7 +14,12 @@
 /// damage. It is in a folder beside the test program and goes with this object.
 class SampleMachine {
  public:
-  SampleMachine();
+  enum class Languages {
+    kTwo,  // English and German: enough for most tests, and soon read
+    kAll,
+  };
+
+  explicit SampleMachine(Languages languages = Languages::kTwo);
   ~SampleMachine();
   SampleMachine(const SampleMachine&) = delete;
   SampleMachine& operator=(const SampleMachine&) = delete;

@@ -25,8 +25,7 @@ constexpr const wchar_t* kPartly = L" Settings that were changed by then keep th
 
 }  // namespace
 
-// --- The icon
-// -------------------------------------------------------------------------------------
+// --- The icon ------------------------------------------------------------------------------------
 
 TEST_F(TrayFocusTest, ShowsThatNoModeIsOn) {
   Start();
@@ -92,8 +91,17 @@ TEST_F(TrayFocusTest, WaitsForATaskbarThatIsNotThereYet) {
   EXPECT_EQ(icon.tip, L"No mode is on");
 }
 
-// --- The menu
-// -------------------------------------------------------------------------------------
+TEST_F(TrayFocusTest, CutsTextsThatAreTooLongForTheTaskbar) {
+  // The picture of a leaf is two units, the second of which would be one too many.
+  SetText(L"Mode", L"Eco", std::wstring(126, L'M') + L"\xD83C\xDF43");
+  Start();
+  SwitchInMenu(L"4");
+  EXPECT_EQ(icon.tip, std::wstring(126, L'M'));
+  EXPECT_EQ(TakeBalloon(), std::wstring(63, L'M') + L" | " + std::wstring(126, L'M') +
+                               L"\xD83C\xDF43 is now on. | 1");
+}
+
+// --- The menu ------------------------------------------------------------------------------------
 
 TEST_F(TrayFocusTest, MenuListsTheModesAndTheirSettings) {
   SetStatus(L"Eco", 1);
@@ -170,8 +178,7 @@ TEST_F(TrayFocusTest, MenuOpensAtTheIconWhenTheProgramIsStartedAgain) {
   EXPECT_EQ(static_cast<int>(calls[0].arguments.at(3)), 68);
 }
 
-// --- Switching
-// ------------------------------------------------------------------------------------
+// --- Switching -----------------------------------------------------------------------------------
 
 TEST_F(TrayFocusTest, SwitchesAModeOnAndOff) {
   SetDefault(L"Eco", L"Lamp", 1);
@@ -336,8 +343,7 @@ TEST_F(TrayFocusTest, DoesNotTakeTheResultOfAnEarlierChange) {
   EXPECT_EQ(TakeBalloon(), L"Eco mode | Eco mode is now on. | 1");
 }
 
-// --- Settings
-// -------------------------------------------------------------------------------------
+// --- Settings ------------------------------------------------------------------------------------
 
 TEST_F(TrayFocusTest, OpensTheSettingsOnTheChosenMode) {
   Start();
@@ -372,8 +378,7 @@ TEST_F(TrayFocusTest, ShowsTheSettingsAgainOnAClickWhileTheyAreOpen) {
   EXPECT_TRUE(PumpUntil([this] { return robot.Left() == 0 && Frame() == nullptr; }));
 }
 
-// --- What fails
-// -----------------------------------------------------------------------------------
+// --- What fails ----------------------------------------------------------------------------------
 
 TEST_F(TrayFocusTest, SaysThatAChangeCanNotBegin) {
   Start();
@@ -444,4 +449,14 @@ TEST_F(TrayFocusTest, ShowsOneBoxAtATime) {
   EXPECT_EQ(boxes.size(), 1U);
   boxes.clear();
   EXPECT_FALSE(traces.Take().empty());
+}
+
+TEST_F(TrayFocusTest, SaysThatMemoryRanOut) {
+  Start();
+  tray.Replace("CreatePopupMenu", []() -> HMENU { return nullptr; });
+  ClickIcon();
+  EXPECT_TRUE(PumpUntil([this] { return !boxes.empty(); }));
+  EXPECT_THAT(boxes, ElementsAre(L"There is not enough memory. Close other programs, and then try "
+                                 L"again. | Mode Change | 16"));
+  boxes.clear();
 }

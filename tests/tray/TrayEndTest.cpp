@@ -86,6 +86,20 @@ TEST_F(TrayEndFocusTest, ExitGivesUpADeviceThatDoesNotAnswer) {
   boxes.clear();
 }
 
+TEST_F(TrayEndFocusTest, EndsWhenTheLibraryCanNotBeOpenedAgain) {
+  Start();
+  BeginToSwitch();
+  sandbox.Remove(L"ModeChange.UsableModeList.ini");
+  ::PostMessageW(icon.window, WM_TIMER, 1, 0);
+  Run();
+  EXPECT_THAT(boxes, ElementsAre(L"The modes of this computer can't be read. Files are missing or "
+                                 L"damaged in this folder:\n" +
+                                 sandbox.LibraryFolder().wstring() +
+                                 L"\n\nInstall the program again. | Mode Change | 16"));
+  boxes.clear();
+  EXPECT_FALSE(traces.Take().empty());
+}
+
 TEST_F(TrayEndFocusTest, ClosingWaitsForTheChange) {
   Start();
   BeginToSwitch();

@@ -3,7 +3,7 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <regex>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -33,9 +33,13 @@ bool IsUserLocale(const std::wstring& name) {
 }
 
 /// "de-DE", "sr-Latn-RS", "es-419": what no other folder is likely to be called.
-bool LooksLikeLocale(const std::wstring& name) {
-  static const std::wregex kShape(L"[A-Za-z]{2,3}(-[A-Za-z]{4})?-([A-Za-z]{2}|[0-9]{3})");
-  return std::regex_match(name, kShape);
+bool LooksLikeLocale(std::wstring_view name) {
+  const std::size_t language = name.find(L'-');
+  const std::size_t region = name.rfind(L'-');
+  if (language != 2 && language != 3) return false;
+  const std::wstring_view last = name.substr(region + 1);
+  return last.size() == 2 ||
+         (last.size() == 3 && last.find_first_not_of(L"0123456789") == std::wstring_view::npos);
 }
 
 bool Exists(const fs::path& path) {

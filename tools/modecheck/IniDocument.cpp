@@ -12,6 +12,11 @@ bool IsSpace(wchar_t character) {
   return std::iswspace(character) != 0 || character == kEndOfFile;
 }
 
+/// What is left of a text whose end is the first zero character.
+std::wstring_view CutAtZero(std::wstring_view text) {
+  return text.substr(0, text.find(L'\0'));
+}
+
 std::wstring_view RemoveQuotationMarks(std::wstring_view value) {
   if (value.size() < 2 || value.front() != value.back()) return value;
   if (value.front() != L'"' && value.front() != L'\'') return value;
@@ -56,9 +61,11 @@ const IniDocument::Key* IniDocument::Find(std::wstring_view section, std::wstrin
 void IniDocument::ReadLine(std::wstring_view line, unsigned number) {
   if (line.empty() || line.front() == L';') return;
   if (line.find(L'\0') != std::wstring_view::npos) {
-    const std::wstring_view start = line.substr(0, line.find(L'\0'));
-    brokenLines.push_back({std::wstring(start), number, L"A zero character ends the line there."});
-  } else if (line.front() == L'[') {
+    brokenLines.push_back(
+        {std::wstring(CutAtZero(line)), number, L"A zero character ends the line there."});
+    if (line.front() != L'[') return;
+  }
+  if (line.front() == L'[') {
     ReadSection(line, number);
   } else {
     ReadKey(line, number);
@@ -71,7 +78,7 @@ void IniDocument::ReadSection(std::wstring_view line, unsigned number) {
     brokenLines.push_back({std::wstring(line), number, L"The \"]\" of the section is missing."});
     return;
   }
-  const std::wstring_view name = Trim(line.substr(1, end - 1));
+  const std::wstring_view name = Trim(CutAtZero(line.substr(1, end - 1)));
   if (end + 1 != line.size()) {
     brokenLines.push_back({std::wstring(line), number,
                            L"Text after a section's \"]\" belongs on a line of its own."});

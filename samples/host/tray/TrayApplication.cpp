@@ -52,8 +52,7 @@ void TrayApplication::Run() {
   }
 }
 
-// --- What the user does
-// ---------------------------------------------------------------------------
+// --- What the user does --------------------------------------------------------------------------
 
 void TrayApplication::OnMenuWanted(POINT place) {
   if (isMenuOpen) return;  // Enter on the icon comes twice
@@ -131,8 +130,7 @@ void TrayApplication::ShowSettings(const Mode& mode) {
   Refresh();
 }
 
-// --- A change
-// -------------------------------------------------------------------------------------
+// --- A change ------------------------------------------------------------------------------------
 
 void TrayApplication::OnResult(WPARAM result) {
   if (!change) return;
@@ -169,7 +167,7 @@ void TrayApplication::Report(const Change& finished) {
   }
 }
 
-void TrayApplication::WaitForChange() {
+void TrayApplication::WaitForChange() const {
   const ULONGLONG deadline = ::GetTickCount64() + kPatienceAtSessionEndInMilliseconds;
   MSG message;
   while (IsChanging()) {
@@ -182,8 +180,7 @@ void TrayApplication::WaitForChange() {
   }
 }
 
-// --- The icon
-// -------------------------------------------------------------------------------------
+// --- The icon ------------------------------------------------------------------------------------
 
 void TrayApplication::Refresh() {
   modes = ReadModes(*library);
@@ -215,8 +212,7 @@ void TrayApplication::OnTaskbarCreated() {
   icon.AddAgain();
 }
 
-// --- The end
-// --------------------------------------------------------------------------------------
+// --- The end -------------------------------------------------------------------------------------
 
 void TrayApplication::OnCloseWanted() {
   Exit();
@@ -247,8 +243,7 @@ void TrayApplication::ExitNow() {
   ::PostQuitMessage(0);
 }
 
-// --- What fails
-// -----------------------------------------------------------------------------------
+// --- What fails ----------------------------------------------------------------------------------
 
 void TrayApplication::OnError(const CommandError& error) {
   ShowMessage(DescribeForUser(error, texts), MB_ICONERROR);

@@ -59,13 +59,13 @@ class TrayApplication final : private TrayEvents {
 
   /// Whether a change was handed to the library, which has not told the result.
   [[nodiscard]] bool IsChanging() const noexcept { return change.has_value() && !isInLibrary; }
-  void WaitForChange();
+  void WaitForChange() const;
   void FinishChange();
   void Report(const Change& finished);
 
   /// At once, or when the change that runs is over.
   void Exit();
-  void ExitNow();
+  static void ExitNow();
 
   void ShowMessage(const std::wstring& text, UINT boxIcon);
 
