@@ -279,8 +279,8 @@ std::string Campaign::Summary() const {
     sum.injections += total.injections;
     sum.functions.insert(total.functions.begin(), total.functions.end());
   }
-  text << "\nfaults: " << operationNames.size() << " operations, " << sum.calls
-       << " fallible calls, " << sum.cases << " cases";
+  text << "\nfaults: " << totals.size() << " operations, " << sum.calls << " fallible calls, "
+       << sum.cases << " cases";
   if (leftOut > 0) text << " of " << sum.cases + leftOut;
   text << ", " << sum.injections << " injections into " << sum.functions.size() << " functions, "
        << failedCases.size() << " failures; " << (::GetTickCount64() - started) / 1000

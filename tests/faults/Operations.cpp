@@ -411,7 +411,7 @@ std::vector<Operation> AllOperations() {
                         machine.engines.at(L"Fan")->current = 0;
                       },
                   .alsoLeaves = {{"Status.ini [NormalEnvironment] Lamp", {"-1", "0", "1"}},
-                                 {"Status.ini [NormalEnvironment] Fan", {"-1", "0", "2"}},
+                                 {"Status.ini [NormalEnvironment] Fan", {"-1", "0", "1", "2"}},
                                  {"Status.ini [NormalEnvironment] Sound", {"-1", "0", "3"}}}}),
       ChangeMode(
           {.name = "change-on-again",
