@@ -10,7 +10,7 @@ jobs=$(nproc)
 packages=(
   cmake ninja-build g++-mingw-w64-x86-64-win32 googletest
   clang clang-format clang-tidy python3 doxygen
-  wine64 xvfb fonts-liberation
+  wine64 xvfb fonts-liberation fonts-wqy-microhei
   llvm wixl msitools
 )
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Makes src/resources/ModeChange.ico from the drawing beside it. Only needed when that changes.
+# Makes the icons of the library and of modetray from the drawings beside them. Only needed when
+# those change.
 
 . "$(dirname "${BASH_SOURCE[0]}")/lib.sh"
 
-readonly icon=src/resources/ModeChange.ico
 readonly bitmap_sizes=(16 20 24 32)
 readonly png_sizes=(40 48 64 256)
 
@@ -23,12 +23,19 @@ images() {
   done
 }
 
-for size in "${bitmap_sizes[@]}" "${png_sizes[@]}"; do
-  rsvg-convert --width="$size" --height="$size" --output="$(image "$size")" \
-    "${icon%.ico}.svg"
+# make_icon DRAWING: beside it
+make_icon() {
+  local icon=${1%.svg}.ico size bitmaps pngs
+  for size in "${bitmap_sizes[@]}" "${png_sizes[@]}"; do
+    rsvg-convert --width="$size" --height="$size" --output="$(image "$size")" "$1"
+  done
+  mapfile -t bitmaps < <(images "${bitmap_sizes[@]}")
+  mapfile -t pngs < <(images "${png_sizes[@]}")
+  convert "${bitmaps[@]}" "$icon"
+  scripts/join_icon.py "$icon" "${pngs[@]}"
+  log "$icon has the sizes ${bitmap_sizes[*]} ${png_sizes[*]}"
+}
+
+for drawing in src/resources/ModeChange.svg samples/host/tray/icons/*.svg; do
+  make_icon "$drawing"
 done
-mapfile -t bitmaps < <(images "${bitmap_sizes[@]}")
-mapfile -t pngs < <(images "${png_sizes[@]}")
-convert "${bitmaps[@]}" "$icon"
-scripts/join_icon.py "$icon" "${pngs[@]}"
-log "$icon has the sizes ${bitmap_sizes[*]} ${png_sizes[*]}"

@@ -3,7 +3,7 @@
 # VELTO_WINE_FOLDER names the Wine prefix. Its screen is that of $screen, the program that is running
 # there is the process $host; both are set by start_host.
 
-readonly picture_packages=(imagemagick xdotool fonts-liberation fonts-vlgothic)
+readonly picture_packages=(imagemagick xdotool fonts-liberation fonts-vlgothic fonts-wqy-microhei)
 
 # The dialogs belong on a screen of their own, not on yours.
 unset DISPLAY
@@ -26,13 +26,28 @@ lay_out_notebook() {
 
 # Windows' own frames around windows, and fonts in place of Windows' fonts for the user interface.
 prepare_screen() {
-  local wine='HKCU\Software\Wine' font
-  run reg add "$wine\\X11 Driver" /v Managed /d N /f
-  run reg add "$wine\\Fonts\\Replacements" /v Tahoma /d "Liberation Sans" /f
-  for font in "MS UI Gothic" "MS PGothic"; do
-    run reg add "$wine\\Fonts\\Replacements" /v "$font" /d "VL PGothic" /f
+  local font
+  run reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null
+  replace_font Tahoma "Liberation Sans"
+  for font in "MS UI Gothic" "MS PGothic"; do replace_font "$font" "VL PGothic"; done
+  for font in Gulim SimSun NSimSun PMingLiU MingLiU "Microsoft YaHei" "Microsoft JhengHei"; do
+    replace_font "$font" "WenQuanYi Micro Hei"
   done
-} >/dev/null
+}
+
+# replace_font NAME OTHER: counts for the programs that start from now on
+replace_font() {
+  run reg add 'HKCU\Software\Wine\Fonts\Replacements' /v "$1" /d "$2" /f >/dev/null
+}
+
+# set_font LOCALE: for the user interface. Wine crashes when it lays out certain pairs of Cyrillic
+# letters in the font that serves otherwise.
+set_font() {
+  case $1 in
+    bg_* | ko_* | ru_* | uk_* | zh_*) replace_font Tahoma "WenQuanYi Micro Hei" ;;
+    *) replace_font Tahoma "Liberation Sans" ;;
+  esac
+}
 
 host=
 screen=

@@ -4,6 +4,9 @@
 # VELTO_WINDOWS says which Windows it finds, "win10" (if unset) or "win7"; VELTO_LOCALE says what
 # user, as LC_ALL would: "ja_JP.UTF-8" ("en_US.UTF-8" if both are unset).
 #
+# VELTO_SCREEN=none does without a screen: windows are there but nothing is drawn, which takes half
+# the time.
+#
 # Each Windows is a Wine prefix in the build folder, or in the folder that VELTO_WINE_FOLDER names,
 # made when first needed. Its server, with a screen of its own unless DISPLAY is set, goes on for
 # some minutes after the last program, so that the next one starts at once, and then ends by itself.
@@ -87,13 +90,15 @@ if [[ -n ${VELTO_WINE_FOLDER-} ]]; then
 else
   wine_folder=$(find_build_folder "$1")/wine
 fi
-session=$wine_folder/$windows.display
-export WINEPREFIX=$wine_folder/$windows
+prefix=$windows
+[[ ${VELTO_SCREEN-} != none ]] || prefix+=-without-screen
+session=$wine_folder/$prefix.display
+export WINEPREFIX=$wine_folder/$prefix
 export WINEDEBUG=-all
 export WINEDLLOVERRIDES='mscoree,mshtml,winemenubuilder.exe='
 mkdir -p "$wine_folder"
 
-exec {lock}>"$wine_folder/$windows.lock"
+exec {lock}>"$wine_folder/$prefix.lock"
 flock --wait 300 "$lock" || fail "the Wine prefix is in use by another start-up"
 if ! server_runs; then
   start_session
@@ -102,6 +107,13 @@ if ! server_runs; then
   quietly reg add 'HKCU\Software\Wine' /v Version /d "$windows" /f
   # There is no window manager here. Wine would wait for it, two seconds for each window that goes.
   quietly reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
+  if [[ $prefix != "$windows" && ! -e $WINEPREFIX/without-screen ]]; then
+    quietly reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f
+    touch "$WINEPREFIX/without-screen"
+    # For a new desktop: one that is there stays what it is.
+    "$wineserver" --kill
+    start_session
+  fi
 fi
 exec {lock}>&-
 

@@ -6,33 +6,41 @@
 
 usage() {
   cat <<'TEXT'
-Usage: scripts/screenshots.sh [--all FOLDER]
+Usage: scripts/screenshots.sh [--all FOLDER [LANGUAGE...]]
 
 Installs what is missing on Debian 12, builds the library with its samples, and takes pictures
 of its dialogs on the sample notebook. They go to docs/images.
 
-  --all FOLDER   every dialog, in every language, at 96 and at 144 dots per inch; into FOLDER
+  --all FOLDER   every dialog, in every language or in those named ("greek"), at 96 and at
+                 144 dots per inch; into FOLDER
   --help         this text
 TEXT
 }
 
-readonly dialogs=(settings message progress confirmation)
-readonly languages=(english:en_US japanese:ja_JP german:de_DE french:fr_FR)
+readonly dialogs=(settings message progress confirmation menu)
+readonly languages=(english:en_US japanese:ja_JP german:de_DE french:fr_FR italian:it_IT
+  spanish:es_ES portuguese:pt_PT brazilian:pt_BR dutch:nl_NL danish:da_DK swedish:sv_SE
+  norwegian:nb_NO finnish:fi_FI polish:pl_PL czech:cs_CZ slovak:sk_SK hungarian:hu_HU
+  romanian:ro_RO bulgarian:bg_BG greek:el_GR turkish:tr_TR russian:ru_RU ukrainian:uk_UA
+  korean:ko_KR chinese-simplified:zh_CN chinese-traditional:zh_TW)
+readonly documented=(english japanese german french)
 readonly resolutions=(96 144)
 
 # What the documents show: DIALOG LANGUAGE RESOLUTION
 chosen() {
   local language resolution
-  for language in "${languages[@]%:*}"; do
+  for language in "${documented[@]}"; do
     for resolution in "${resolutions[@]}"; do printf 'settings %s %s\n' "$language" "$resolution"; done
   done
   printf '%s 96\n' "message english" "progress english" "confirmation english" \
-    "confirmation japanese"
+    "confirmation japanese" "menu english" "menu japanese"
 }
+
+wanted=("${languages[@]%:*}")
 
 everything() {
   local dialog language resolution
-  for language in "${languages[@]%:*}"; do
+  for language in "${wanted[@]}"; do
     for resolution in "${resolutions[@]}"; do
       for dialog in "${dialogs[@]}"; do printf '%s %s %s\n' "$dialog" "$language" "$resolution"; done
     done
@@ -44,12 +52,16 @@ list=chosen
 case "${1-}" in
   "") ;;
   --all)
-    (($# == 2)) || {
+    (($# >= 2)) || {
       usage >&2
       exit 64
     }
     folder=$2
     list=everything
+    (($# == 2)) || wanted=("${@:3}")
+    for language in "${wanted[@]}"; do
+      [[ " ${languages[*]%:*} " == *" $language "* ]] || fail "unknown language: $language"
+    done
     ;;
   --help)
     usage
@@ -183,6 +195,37 @@ picture_confirmation() {
   ((status == 1))
 }
 
+has_tray_window() { DISPLAY=$screen xdotool search --name '^modetray$' >/dev/null 2>&1; }
+
+find_menu() { DISPLAY=$screen xdotool search --onlyvisible --class modetray 2>/dev/null; }
+
+count_menus() { find_menu | wc -l; }
+
+has_menus() { (($(count_menus) == $1)); }
+
+# The menu of modetray with a mode that is ON. Started again, it opens the menu at the pointer where
+# Windows can't say where the icon is; the pointer then opens the menu of settings, which is the
+# second entry from below.
+picture_menu() {
+  local left=400 bottom=700 place
+  run "$machine/modectl.exe" on "$mode" --no-confirm >/dev/null
+  start_host "$locale" "$machine/modetray.exe"
+  wait_for has_tray_window
+  DISPLAY=$screen xdotool mousemove "$left" "$bottom"
+  run "$machine/modetray.exe"
+  wait_for has_menus 1
+  place=$((bottom - 36 * resolution / 96))
+  DISPLAY=$screen xdotool mousemove "$((left + 30))" "$place" mousemove_relative 10 0 click 1
+  wait_for has_menus 2
+  wait_for has_picture root "$picture"
+  convert "$picture" -crop "800x$bottom+$left+100" +repage -fill "#d8dde2" -floodfill +0+0 black \
+    -trim +repage "$picture"
+  stop_host
+  wait "$host" || true
+  host=
+  run "$machine/modectl.exe" off "$mode" --no-confirm >/dev/null
+}
+
 # Small, and the same file whenever the picture is the same.
 pack_picture() {
   convert "$picture" -strip +dither -colors 64 -define png:compression-level=9 \
@@ -197,8 +240,9 @@ leave() {
 # --- The pictures ---------------------------------------------------------------------------------
 
 install_packages "${picture_packages[@]}"
-build release ModeChange modectl "${engines[@]}"
+build release ModeChange modectl modetray "${engines[@]}"
 lay_out_notebook "$machine"
+cp build/release/bin/modetray.exe "$machine"
 log "Starting the notebook"
 prepare_screen
 add_caption_font
@@ -219,6 +263,7 @@ while read -r -u 3 dialog language resolution; do
   log "$folder/$name.png"
   rm -rf "$data_folder"
   set_resolution "$resolution"
+  set_font "$locale"
   "picture_$dialog"
   pack_picture "$folder/$name.png"
 done 3< <("$list" | sort --key=3n --stable)

@@ -44,13 +44,14 @@ test_clang_build() {
   grep '% tests passed,' "$output"
 }
 
-# The whole run of the release build also judges whether every failure point was observed. CTest
-# keeps the output of a test that passes to itself, so the report goes in before its summary.
+# The whole run of the release build also judges whether every failure point was observed, and makes
+# calls fail. CTest keeps the output of a test that passes to itself, so the reports go in before its
+# summary.
 test_release_build() {
   log "Testing the release build"
-  rm -f build/release/trace_coverage.txt
+  rm -f build/release/{trace_coverage,faults}.txt
   VELTO_WHOLE_RUN=1 ctest --preset release --parallel "$jobs" "${again[@]}" |
-    sed --unbuffered '/% tests passed,/e cat build/release/trace_coverage.txt'
+    sed --unbuffered '/% tests passed,/e cat build/release/trace_coverage.txt; tail -n 1 build/release/faults.txt'
 }
 
 case "${1-}" in

@@ -6,7 +6,7 @@
  * A mode is a bundle of values for setting items of the machine. Switching a mode ON remembers the
  * present value of every item and sets the mode's; switching it OFF sets what was remembered.
  *
- * Calling order
+ * @par Calling order
  *   1. VeltoModeChange_CreateHandle, once.
  *   2. VeltoModeChange_GetModeCount; for each index below it VeltoModeChange_SelectMode and then
  *      the two information calls.
@@ -17,15 +17,15 @@
  * The information calls and the request act on the mode that was selected last, and fail before
  * the first selection. Every answer is read from the configuration files at that moment.
  *
- * Threading
+ * @par Threading
  *   All calls on a handle come from the thread that created it, one at a time. That thread pumps
  *   messages: a change runs inside its message loop, and dialogs are modal on it. Several handles
  *   may exist; changes must not overlap on one handle.
  *
- * Lifetime
+ * @par Lifetime
  *   The library pins itself: once a handle was created it stays loaded until the process ends.
  *
- * Errors
+ * @par Errors
  *   Every function returns 1 for success and 0 for failure. A failure leaves the outputs as they
  *   were and is written as an event of the library's ETW provider
  *   {F1AF8352-32C6-4439-9AE9-348E232DFA35}; GetLastError tells nothing. Where memory runs out the

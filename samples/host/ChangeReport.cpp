@@ -3,7 +3,7 @@
 #include <velto/mode_change.h>
 
 #include "ExitCodes.h"
-#include "Modes.h"
+#include "ModeTexts.h"
 
 namespace {
 

@@ -29,7 +29,8 @@ struct LocalMemoryDeleter {
 [[noreturn]] void Fail(const std::wstring& folder) {
   throw CommandError{
       L"The folder " + folder + L" can't be made: " + DescribeError(::GetLastError()) + L".",
-      L"The library keeps its files there. Run the command once as an administrator."};
+      L"The library keeps its files there. Run the command once as an administrator.",
+      CommandError::Cause::kDataFolder, folder};
 }
 
 bool FolderExists(const std::wstring& path) {
@@ -37,16 +38,26 @@ bool FolderExists(const std::wstring& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
-}  // namespace
-
-void Make() {
+std::wstring GetApplicationData() {
   std::array<wchar_t, MAX_PATH> applicationData{};
   if (::SHGetSpecialFolderPathW(nullptr, applicationData.data(), CSIDL_COMMON_APPDATA, FALSE) ==
       FALSE) {
     throw CommandError{L"This system has no folder for application data.",
                        L"The library keeps its files there; repair the system."};
   }
-  MakeBelow(applicationData.data());
+  return applicationData.data();
+}
+
+}  // namespace
+
+std::wstring GetPath() {
+  std::wstring path = GetApplicationData();
+  for (const wchar_t* const level : kLevels) path += level;
+  return path;
+}
+
+void Make() {
+  MakeBelow(GetApplicationData());
 }
 
 void MakeBelow(const std::wstring& applicationData) {

@@ -6,6 +6,9 @@
 /// makes only its last level, so on a new machine a host has to.
 namespace DataFolder {
 
+/// Where it is, or belongs. Throws a CommandError where the system has no such place.
+[[nodiscard]] std::wstring GetPath();
+
 /// Makes the levels that are missing below the per-machine application data, with the access that
 /// the library gives its files. Throws a CommandError.
 void Make();

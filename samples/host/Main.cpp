@@ -11,6 +11,7 @@
 #include "DataFolder.h"
 #include "ExitCodes.h"
 #include "ModeLibrary.h"
+#include "ModeTexts.h"
 #include "Modes.h"
 #include "NotificationWindow.h"
 #include "TextOutput.h"

@@ -31,22 +31,25 @@ HMODULE LoadBesideProgram(const wchar_t* fileName) {
   if (::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES) {
     throw CommandError{
         std::wstring(fileName) + L" was not found. Looked for it in " + folder + L".",
-        L"Put this program into the folder of the library that it is to use."};
+        L"Put this program into the folder of the library that it is to use.",
+        CommandError::Cause::kLibraryMissing, path};
   }
   HMODULE module = ::LoadLibraryW(path.c_str());
   if (module == nullptr) {
     throw CommandError{path + L" can't be loaded: " + DescribeError(::GetLastError()) + L".",
-                       L"It has to be the library for x64 and undamaged; install it anew."};
+                       L"It has to be the library for x64 and undamaged; install it anew.",
+                       CommandError::Cause::kLibraryDamaged, path};
   }
   return module;
 }
 
-void Require(BOOL succeeded, const std::wstring& problem, const std::wstring& remedy) {
-  if (succeeded == FALSE) throw CommandError{problem, remedy};
+void Require(BOOL succeeded, CommandError::Cause cause, const std::wstring& problem,
+             const std::wstring& remedy) {
+  if (succeeded == FALSE) throw CommandError{problem, remedy, cause, GetOwnFolder()};
 }
 
 void RequireAnswer(BOOL succeeded, const std::wstring& question) {
-  Require(succeeded, L"ModeChange.dll can't tell " + question + L".",
+  Require(succeeded, CommandError::Cause::kAnswer, L"ModeChange.dll can't tell " + question + L".",
           L"Check that ModeChange.Config.ini, ModeChange.DefaultSettings.ini and "
           L"ModeChange.Resource.ini are there and complete.");
 }
@@ -62,7 +65,8 @@ ModeLibrary::ModeLibrary() : module(LoadBesideProgram(L"ModeChange.dll")) {
   Find("VeltoModeChange_GetINT32Information", &getNumber);
   Find("VeltoModeChange_RequestToSetINT32Information", &requestToSetNumber);
   Find("VeltoModeChange_ShowSettingsDialog", &showSettingsDialog);
-  Require(createHandle(&handle), L"ModeChange.dll can't read its configuration.",
+  Require(createHandle(&handle), CommandError::Cause::kConfiguration,
+          L"ModeChange.dll can't read its configuration.",
           L"Look at ModeChange.Config.ini and ModeChange.UsableModeList.ini in " + GetOwnFolder() +
               L": they have to be there, with at least one mode in each list.");
 }
@@ -98,13 +102,14 @@ INT32 ModeLibrary::GetNumber(UINT identifier) const {
 
 void ModeLibrary::RequestStatus(INT32 status, HWND window, UINT message) const {
   Require(requestToSetNumber(handle, VELTO_MODE_REQUEST_STATUS, 0, status, window, message),
-          L"ModeChange.dll could not begin to switch the mode.",
+          CommandError::Cause::kRequest, L"ModeChange.dll could not begin to switch the mode.",
           L"Check that ModeChange.DefaultSettings.ini is there. Where no windows can be shown, "
           L"try --no-confirm.");
 }
 
-void ModeLibrary::ShowSettings() const {
-  Require(showSettingsDialog(handle, nullptr), L"The settings dialog failed.",
+void ModeLibrary::ShowSettings(HWND parent) const {
+  Require(showSettingsDialog(handle, parent), CommandError::Cause::kSettings,
+          L"The settings dialog failed.",
           L"Check that ModeChange.Config.ini and ModeChange.Resource.ini are complete, and that "
           L"windows can be shown.");
 }
@@ -116,7 +121,8 @@ void ModeLibrary::Find(const char* name, Function* function) const {
     const std::string text(name);
     throw CommandError{L"The ModeChange.dll beside this program lacks the function " +
                            std::wstring(text.begin(), text.end()) + L".",
-                       L"It is damaged, or another library of the same name; install it anew."};
+                       L"It is damaged, or another library of the same name; install it anew.",
+                       CommandError::Cause::kLibraryDamaged, GetOwnFolder() + L"\\ModeChange.dll"};
   }
   *function = reinterpret_cast<Function>(address);
 }

@@ -32,8 +32,8 @@ class ModeLibrary {
   /// has answered the confirmation.
   void RequestStatus(INT32 status, HWND window, UINT message) const;
 
-  /// Shows the settings dialog until the user closes it.
-  void ShowSettings() const;
+  /// Shows the settings dialog, owned by `parent` where there is one, until the user closes it.
+  void ShowSettings(HWND parent = nullptr) const;
 
  private:
   struct ModuleDeleter {

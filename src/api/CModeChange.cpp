@@ -7,10 +7,10 @@
 #include <utility>
 
 #include "changemode/CAnnounceModeIsChangedDialog.h"
-#include "changemode/ChangeModeRequest.h"
 #include "changemode/ChangeModeWindow.h"
 #include "common/CUniqueHandle.h"
 #include "common/ModuleHelpers.h"
+#include "common/TellRequester.h"
 #include "config/CModeChangeConfig.h"
 #include "config/CModeChangeResource.h"
 #include "config/CModeChangeSettings.h"
@@ -259,7 +259,7 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
         dialog.RunModal(IDD_ANNOUNCE_MODE_IS_CHANGED, window) ? dialog.EndCode() : kNeverCameUp;
     if (endCode == CAnnounceModeIsChangedDialog::kCancelled) {
       // The host can't tell this from a completed change; it finds the mode as it was.
-      if (window != nullptr) ::PostMessageW(window, message, VELTO_MODE_CHANGE_COMPLETED, 0);
+      if (window != nullptr) Common::TellRequester(window, message, VELTO_MODE_CHANGE_COMPLETED);
       return true;
     }
     if (endCode != CAnnounceModeIsChangedDialog::kConfirmed) {
@@ -269,9 +269,13 @@ bool CModeChange::RequestToChangeMode(UINT modeIndex, UINT status, HWND window,
 
   // An engine that the confirmation asked, or the host while it stood, may have deleted the handle.
   if (changeModeWindow == nullptr) return trace.Write(L"CModeChange::RequestToChangeMode", 924);
-  ChangeModeRequest request{window, message, keyName.c_str(), status};
-  COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
-  ::SendMessageW(changeModeWindow, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
+  const bool isTaken =
+      ChangeModeWindow::Request(changeModeWindow, {window, message, keyName.c_str(), status});
+  // A handle that was deleted meanwhile reports no more.
+  if (!isTaken && changeModeWindow != nullptr) {
+    if (window != nullptr) Common::TellRequester(window, message, VELTO_MODE_CHANGE_FAILED);
+    trace.Write(L"CModeChange::RequestToChangeMode", 935);
+  }
   return true;
 }
 
@@ -309,6 +313,5 @@ bool CModeChange::PinDLL() const {
 }
 
 void CModeChange::CloseWindow() noexcept {
-  const HWND closed = std::exchange(changeModeWindow, nullptr);
-  if (closed != nullptr) ::PostMessageW(closed, WM_CLOSE, 0, 0);
+  ChangeModeWindow::CloseMyWindow(std::exchange(changeModeWindow, nullptr));
 }

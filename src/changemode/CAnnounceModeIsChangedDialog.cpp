@@ -64,7 +64,7 @@ INT_PTR CAnnounceModeIsChangedDialog::OnMessage(UINT message, WPARAM wParam, LPA
     case WM_COMMAND:
       return OnCommand(LOWORD(wParam));
     case WM_CLOSE:
-      ::EndDialog(Window(), 0);
+      EndModal(0);
       return TRUE;
     case WM_CTLCOLORSTATIC:
     case WM_CTLCOLORDLG:
@@ -120,7 +120,7 @@ INT_PTR CAnnounceModeIsChangedDialog::OnControlColor(UINT message, HDC dc, HWND 
 
 INT_PTR CAnnounceModeIsChangedDialog::Close(std::int32_t code) noexcept {
   endCode = code;
-  ::PostMessageW(Window(), WM_CLOSE, 0, 0);
+  CloseLater();
   return TRUE;
 }
 

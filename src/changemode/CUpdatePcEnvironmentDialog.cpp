@@ -6,7 +6,6 @@
 #include <utility>
 
 #include "changemode/ChangeModeMessages.h"
-#include "changemode/ChangeModeRequest.h"
 #include "changemode/ChangeModeWindow.h"
 #include "common/ModuleHelpers.h"
 #include "config/CModeChangeResource.h"
@@ -87,12 +86,11 @@ INT_PTR CUpdatePcEnvironmentDialog::OnInitDialog() {
 INT_PTR CUpdatePcEnvironmentDialog::OnTimer(WPARAM timer) {
   if (timer != kStartTimer) return FALSE;
   ::KillTimer(Window(), kStartTimer);
-  ChangeModeRequest request{Window(), WM_UPDATEPCENVIRONMENT_COMPLETED, modeName.c_str(),
-                            modeStatus};
-  COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
-  if (::SendMessageW(changeModeWindow, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData)) ==
-      FALSE) {
-    // Nobody took the request, so nobody would ever report its end.
+  const bool isTaken = ChangeModeWindow::Request(
+      changeModeWindow, {Window(), WM_UPDATEPCENVIRONMENT_COMPLETED, modeName.c_str(), modeStatus});
+  // Without a window the change has ended already, and so does the dialog.
+  if (!isTaken && changeModeWindow != nullptr) {
+    // Nobody would ever report the change's end.
     Close(kFailed);
     trace.Write(L"CUpdatePcEnvironmentDialog::OnTimer", 112);
   }
@@ -112,7 +110,7 @@ INT_PTR CUpdatePcEnvironmentDialog::OnCompletionNotice(WPARAM changeResult) {
 
 INT_PTR CUpdatePcEnvironmentDialog::OnClose() noexcept {
   CloseChangeModeWindow();
-  ::EndDialog(Window(), result);
+  EndModal(result);
   return Handled();
 }
 
@@ -138,12 +136,11 @@ void CUpdatePcEnvironmentDialog::ShowText(const CWideString& text) const noexcep
 }
 
 void CUpdatePcEnvironmentDialog::CloseChangeModeWindow() noexcept {
-  const HWND closed = std::exchange(changeModeWindow, nullptr);
-  if (closed != nullptr) ::PostMessageW(closed, WM_CLOSE, 0, 0);
+  ChangeModeWindow::CloseMyWindow(std::exchange(changeModeWindow, nullptr));
 }
 
 INT_PTR CUpdatePcEnvironmentDialog::Close(std::int32_t endResult) noexcept {
   result = endResult;
-  ::PostMessageW(Window(), WM_CLOSE, 0, 0);
+  CloseLater();
   return TRUE;
 }

@@ -1,5 +1,6 @@
 #include "changemode/ChangeModeWindow.h"
 
+#include <algorithm>
 #include <exception>
 #include <memory>
 #include <new>
@@ -12,6 +13,7 @@
 #include "changemode/ChangeModeWindowData.h"
 #include "common/IsWindows8OrLater.h"
 #include "common/ReadForeignMemory.h"
+#include "common/TellRequester.h"
 #include "devices/CQTX05A9.h"
 #include "devices/CQtx05a9DllApplicationSwitchControl.h"
 #include "devices/IsSettingItemUsableInThisPC.h"
@@ -48,7 +50,7 @@ void EndChange(HWND window, WPARAM result) noexcept {
   const HWND notifyWindow = data->notifyWindow;
   const UINT notifyMessage = data->notifyMessage;
   data->Reset();
-  if (notifyWindow != nullptr && ::PostMessageW(notifyWindow, notifyMessage, result, 0) == FALSE) {
+  if (notifyWindow != nullptr && !Common::TellRequester(notifyWindow, notifyMessage, result)) {
     TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::EndChange", 205);
   }
 }
@@ -329,6 +331,17 @@ bool OnCreate(HWND window) {
   return true;
 }
 
+/// Another program names the mode by an address in this process. What stands there must not reach
+/// the status file, which every user may read, unless it is a mode.
+bool MayName(const CWideString& mode) {
+  if (::InSendMessageEx(nullptr) == ISMEX_NOSEND) return true;
+  std::vector<CWideString> modes;
+  return CModeChangeConfig().GetUsableModeList(&modes) &&
+         std::any_of(modes.begin(), modes.end(), [&mode](const CWideString& offered) {
+           return offered.EqualsIgnoringCase(mode);
+         });
+}
+
 bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
   if (copyData == nullptr) {
     return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 298);
@@ -357,15 +370,16 @@ bool OnCopyData(HWND window, const COPYDATASTRUCT* copyData) {
     if (!Common::ReadForeignText(request.modeName, kMostCharactersOfModeName, &modeName)) {
       return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 324);
     }
+    if (!MayName(modeName)) {
+      return TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 326);
+    }
   } catch (const std::bad_alloc&) {
     // The request is good, and its requester waits to be told how the change ended.
-    data->notifyWindow = request.notifyWindow;
-    data->notifyMessage = request.notifyMessage;
+    data->TakeRequester(request);
     throw;
   }
 
-  data->notifyWindow = request.notifyWindow;
-  data->notifyMessage = request.notifyMessage;
+  data->TakeRequester(request);
   data->itemIndex = 0;
   data->newModeName = modeName;
   data->newModeStatus = request.modeStatus;
@@ -552,6 +566,7 @@ LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lPa
             return true;
           })) {
         EndChange(window, kChangeFailed);
+        TraceLog().Write(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 646);
       }
       return 0;
     default:
@@ -579,6 +594,21 @@ HWND CreateMyWindow(HINSTANCE module) {
   }
   return ::CreateWindowExW(0, kClassName, L"", WS_OVERLAPPEDWINDOW, CW_USEDEFAULT, 0, CW_USEDEFAULT,
                            0, nullptr, nullptr, module, nullptr);
+}
+
+bool Request(HWND window, ChangeModeRequest request) noexcept {
+  const ChangeModeWindowData* data = GetData(window);
+  const UINT takenBefore = data != nullptr ? data->takenRequests : 0;
+  COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
+  // The message's result does not tell: a window that refuses a request has handled the message.
+  ::SendMessageW(window, WM_COPYDATA, 0, reinterpret_cast<LPARAM>(&copyData));
+  data = GetData(window);
+  return data != nullptr && data->takenRequests != takenBefore;
+}
+
+void CloseMyWindow(HWND window) noexcept {
+  if (window == nullptr || ::PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) return;
+  ::DestroyWindow(window);
 }
 
 }  // namespace ChangeModeWindow

@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include "changemode/ChangeModeRequest.h"
+
 /// The hidden window that carries out mode changes.
 ///
 /// It takes one ChangeModeRequest at a time and walks through all setting items of the
@@ -14,5 +16,13 @@ namespace ChangeModeWindow {
 
 /// Makes a window on the calling thread; null on failure. It lives until WM_CLOSE.
 [[nodiscard]] HWND CreateMyWindow(HINSTANCE module);
+
+/// Hands a window of this thread a request. True when the window has taken it: it will tell the
+/// requester, unless there is none, how the change ended. Nobody does otherwise.
+[[nodiscard]] bool Request(HWND window, ChangeModeRequest request) noexcept;
+
+/// Has a window close as soon as its thread handles messages, or at once where Windows takes no
+/// message; null is allowed.
+void CloseMyWindow(HWND window) noexcept;
 
 }  // namespace ChangeModeWindow

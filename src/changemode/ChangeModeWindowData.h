@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "changemode/ChangeModeReaders.h"
+#include "changemode/ChangeModeRequest.h"
 #include "common/CWideString.h"
 #include "devices/CDeviceEngineHelper.h"
 
@@ -19,6 +20,13 @@ struct ChangeModeWindowData {
     kItemDue,       // WM_CHANGEMODE_SETDEVICESTATUS was posted for the current item
     kItemUnderWay,  // the current item's completion notice is awaited
   };
+
+  /// From here on the requester is told how the change ends.
+  void TakeRequester(const ChangeModeRequest& request) noexcept {
+    notifyWindow = request.notifyWindow;
+    notifyMessage = request.notifyMessage;
+    ++takenRequests;
+  }
 
   /// Forgets the change and unloads its engine; the setting items stay.
   void Reset() noexcept {
@@ -46,5 +54,6 @@ struct ChangeModeWindowData {
   std::vector<CWideString> settingItemNames;
   std::shared_ptr<CDeviceEngineHelper> engine;  // of the item being set; shared with the call in it
   Stage stage = Stage::kIdle;
+  UINT takenRequests = 0;                            // of all changes
   std::shared_ptr<const ChangeModeReaders> readers;  // while a change is under way; shared likewise
 };

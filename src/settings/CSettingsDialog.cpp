@@ -243,7 +243,7 @@ INT_PTR CSettingsDialog::OnClose() noexcept {
   }
   isClosing = true;
   ::SendMessageW(area.Window(), WM_CLOSE, 0, 0);
-  ::EndDialog(Window(), 0);
+  EndModal(0);
   return Handled();
 }
 
@@ -304,7 +304,7 @@ void CSettingsDialog::EnableApply(bool enabled) const noexcept {
 void CSettingsDialog::Close() noexcept {
   if (Window() == nullptr) return;
   isClosing = true;
-  ::PostMessageW(Window(), WM_CLOSE, 0, 0);
+  CloseLater();
 }
 
 // --- Saving --------------------------------------------------------------------------------------

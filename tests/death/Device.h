@@ -23,7 +23,7 @@ class Device final : public EngineBehaviour {
   [[nodiscard]] INT32 Value() const;
   void Set(INT32 value) const;
 
-  /// Told of each call when it begins, as "Lamp.GetDeviceCount".
+  /// Told of each call when it begins, as "Screen.GetDeviceCount".
   std::function<void(const std::string& call)> onCall;
   /// Told once the value is set, before the library hears of it.
   std::function<void(const std::string& change)> onSet;

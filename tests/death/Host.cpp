@@ -85,12 +85,16 @@ void Host::ForEachDevice(const std::function<void(Device&)>& act) {
 }
 
 const std::vector<std::string>& Host::Items() {
-  static const std::vector<std::string> items = {"Lamp", "Fan", "Sound"};
+  static const std::vector<std::string> items = {"Screen", "Fan", "Sound"};
   return items;
 }
 
 std::filesystem::path Host::EnginePath(const std::string& item) {
   return Files::ProgramPath().parent_path() / L"Engines" / (item + ".dll");
+}
+
+std::filesystem::path Host::DriverPath() {
+  return Files::ProgramPath().parent_path() / L"Driver" / L"Hotkey.dll";
 }
 
 LRESULT CALLBACK Host::WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam) {

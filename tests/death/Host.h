@@ -11,10 +11,11 @@
 #include <vector>
 
 #include "death/Device.h"
+#include "death/EcoLamp.h"
 #include "velto/mode_change.h"
 
-/// A host of the ModeChange.dll beside this program, on a machine with the devices Lamp, Fan and
-/// Sound.
+/// A host of the ModeChange.dll beside this program, on a machine with the devices Screen, Fan and
+/// Sound and an eco lamp.
 class Host {
  public:
   enum Mode : UINT { kEco, kDock };
@@ -28,17 +29,21 @@ class Host {
   [[nodiscard]] std::optional<WPARAM> Change(Mode mode, INT32 status);
   [[nodiscard]] INT32 Status(Mode mode);
   [[nodiscard]] Device& At(const std::string& item) { return *devices.at(item); }
-  /// "Lamp=3 Fan=3 Sound=3"
+  /// "Screen=3 Fan=3 Sound=3"
   [[nodiscard]] std::string DescribeDevices() const;
   void ForEachDevice(const std::function<void(Device&)>& act);
 
+  [[nodiscard]] EcoLamp& Lamp() { return lamp; }
+
   static const std::vector<std::string>& Items();
   [[nodiscard]] static std::filesystem::path EnginePath(const std::string& item);
+  [[nodiscard]] static std::filesystem::path DriverPath();
 
  private:
   static LRESULT CALLBACK WindowProc(HWND window, UINT message, WPARAM wParam, LPARAM lParam);
 
   std::map<std::string, std::unique_ptr<Device>> devices;
+  EcoLamp lamp{DriverPath()};
   decltype(&VeltoModeChange_CreateHandle) createHandle = nullptr;
   decltype(&VeltoModeChange_DeleteHandle) deleteHandle = nullptr;
   decltype(&VeltoModeChange_SelectMode) selectMode = nullptr;

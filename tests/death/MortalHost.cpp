@@ -93,14 +93,19 @@ int Run(const std::wstring& operation, unsigned long point) {
   LiveInSandbox(interposition);
   DieAtCreations(interposition, fate);
   DieAtWrites(interposition, fate);
+  EcoLamp::Install(interposition, Host::DriverPath());
   Host host(library.Module());
-  host.ForEachDevice([&fate](Device& device) {
-    device.onCall = [&fate](const std::string&) { fate.Pass(); };
-    device.onSet = [&fate](const std::string& change) {
-      Print("set " + change);
-      fate.Pass();
-    };
+  const auto onCall = [&fate](const std::string&) { fate.Pass(); };
+  const auto onSet = [&fate](const std::string& change) {
+    Print("set " + change);
+    fate.Pass();
+  };
+  host.ForEachDevice([&](Device& device) {
+    device.onCall = onCall;
+    device.onSet = onSet;
   });
+  host.Lamp().onCall = onCall;
+  host.Lamp().onSet = onSet;
   const auto told = host.Change(operation == L"over" ? Host::kDock : Host::kEco,
                                 operation == L"off" ? VELTO_MODE_STATUS_OFF : VELTO_MODE_STATUS_ON);
   return told == VELTO_MODE_CHANGE_COMPLETED ? kCompleted : kDidNotComplete;

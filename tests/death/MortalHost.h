@@ -14,11 +14,12 @@ constexpr int kDied = 77;
 constexpr const wchar_t* kOption = L"--die";
 
 /// Runs an operation, "on", "off" or "over", and ends the process without a warning at its n-th
-/// point: where an engine's call begins, right after a device was set, right before and right after
-/// a folder or a file is made or a file is written. Point 0 never comes.
+/// point: where a call of an engine or of the driver begins, right after a device or the lamp was
+/// set, right before and right after a folder or a file is made or a file is written. Point 0 never
+/// comes.
 ///
-/// Prints what was done, a line each: "made the file", "wrote [NormalEnvironment] Lamp=3",
-/// "set Lamp=1".
+/// Prints what was done, a line each: "made the file", "wrote [NormalEnvironment] Screen=3",
+/// "set Screen=1".
 [[nodiscard]] int Run(const std::wstring& operation, unsigned long point);
 
 }  // namespace MortalHost

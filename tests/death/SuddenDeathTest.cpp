@@ -45,7 +45,7 @@ std::vector<std::string> Lines(const std::string& text) {
 /// Hosts that die in the middle of a change, and what the next one finds. What that is stands in
 /// the table of docs/reliability.md, a row for each thing that a change does.
 ///
-/// Eco sets Lamp to 1, Fan to 2 and leaves Sound alone; Dock sets Lamp to 2 and Sound to 1 and
+/// Eco sets Screen to 1, Fan to 2 and leaves Sound alone; Dock sets Screen to 2 and Sound to 1 and
 /// leaves Fan alone. Without a mode all three are at 3.
 class SuddenDeathTest : public ModeChangeTest {
  protected:
@@ -55,6 +55,7 @@ class SuddenDeathTest : public ModeChangeTest {
     watchdog.SetPatience(105);
     interposition.SetRecording(false);
     WriteMachine();
+    EcoLamp::Install(interposition, Host::DriverPath());
   }
 
   /// A host that dies at a point, or at none.
@@ -92,20 +93,21 @@ class SuddenDeathTest : public ModeChangeTest {
                                                      : Sandbox::DataFolder::kPresent);
     Host host(library.Module());
     host.ForEachDevice([](Device& device) { device.Set(kNormal); });
+    host.Lamp().Set(false);
     if (before == Before::kEcoIsOn) {
       ASSERT_EQ(host.Change(Host::kEco, 1), VELTO_MODE_CHANGE_COMPLETED);
     }
   }
 
-  /// The rest of the row: which mode is on, what the devices have, and what switching off brings
-  /// back of what they had without a mode.
+  /// The rest of the row: which mode is on, what the devices have, whether the lamp is on, and what
+  /// switching off brings back of what the devices had without a mode.
   std::string FindAndSwitchOff(const Operation& operation) {
     Host host(library.Module());
     const bool isEcoOn = host.Status(Host::kEco) == 1;
     const bool isDockOn = host.Status(Host::kDock) == 1;
     EXPECT_FALSE(isEcoOn && isDockOn);
     std::string row = isEcoOn ? " Eco | " : isDockOn ? " Dock | " : " none | ";
-    row += host.DescribeDevices();
+    row += host.DescribeDevices() + (host.Lamp().IsOn() ? " | on" : " | off");
 
     const bool isAnythingRemembered = sandbox.Exists(StatusFile());
     const Host::Mode off = isEcoOn ? Host::kEco : isDockOn ? Host::kDock : operation.mode;
@@ -114,6 +116,7 @@ class SuddenDeathTest : public ModeChangeTest {
     if (!isAnythingRemembered) static_cast<void>(traces.Take());
     EXPECT_EQ(host.Status(Host::kEco), 0);
     EXPECT_EQ(host.Status(Host::kDock), 0);
+    EXPECT_FALSE(host.Lamp().IsOn());
 
     std::string lost;
     for (const std::string& item : Host::Items()) {
@@ -125,7 +128,7 @@ class SuddenDeathTest : public ModeChangeTest {
   /// Every line is a section or a known key with a number that was written.
   void ExpectFileParses() {
     const std::regex section(R"(\[(CurrentModeStatus|NormalEnvironment)\])");
-    const std::regex key(R"((Eco|Dock|Lamp|Fan|Sound)=(-1|0|1|3))");
+    const std::regex key(R"((Eco|Dock|Screen|Fan|Sound)=(-1|0|1|3))");
     for (const std::string& line : Lines(ReadStatusFile())) {
       EXPECT_TRUE(std::regex_match(line, section) || std::regex_match(line, key)) << line;
     }
@@ -136,10 +139,11 @@ class SuddenDeathTest : public ModeChangeTest {
     IniFile config;
     config.Section(L"ModeList").Key(L"ModeCount", 2).Key(L"Mode0", L"Eco").Key(L"Mode1", L"Dock");
     config.Section(L"SettingItemList").Key(L"SettingItemCount", 3);
-    config.Key(L"SettingItem0", L"Lamp")
+    config.Key(L"SettingItem0", L"Screen")
         .Key(L"SettingItem1", L"Fan")
         .Key(L"SettingItem2", L"Sound");
-    for (const wchar_t* item : {L"Lamp", L"Fan", L"Sound"}) {
+    config.Section(L"Eco").Key(L"IsEcoMode", 1).Section(L"Dock").Key(L"IsCradleMode", 1);
+    for (const wchar_t* item : {L"Screen", L"Fan", L"Sound"}) {
       config.Section(item).Key(L"EnginePath", std::wstring(L"Engines\\") + item + L".dll");
     }
     sandbox.Write(L"ModeChange.Config.ini", config);
@@ -151,10 +155,12 @@ class SuddenDeathTest : public ModeChangeTest {
     IniFile defaults;
     defaults.Section(L"Common").Key(L"ShowAnnounceModeIsChangedDialog", 0);
     for (const wchar_t* suffix : {L"_Win7", L"_Win8OrLater"}) {
-      defaults.Section(std::wstring(L"Eco") + suffix).Key(L"Lamp", 1).Key(L"Fan", 2);
-      defaults.Section(std::wstring(L"Dock") + suffix).Key(L"Lamp", 2).Key(L"Sound", 1);
+      defaults.Section(std::wstring(L"Eco") + suffix).Key(L"Screen", 1).Key(L"Fan", 2);
+      defaults.Section(std::wstring(L"Dock") + suffix).Key(L"Screen", 2).Key(L"Sound", 1);
     }
     sandbox.Write(L"ModeChange.DefaultSettings.ini", defaults);
+    sandbox.MakeFolder(L"Driver");
+    std::filesystem::copy_file(sandbox.LibraryFolder() / L"FakeDriver.dll", Host::DriverPath());
     sandbox.MakeFolder(L"Engines");
     for (const std::string& item : Host::Items()) {
       std::filesystem::copy_file(sandbox.LibraryFolder() / L"FakeEngine.dll",
@@ -218,16 +224,16 @@ INSTANTIATE_TEST_SUITE_P(Each, SuddenDeathAtTest,
                          });
 
 TEST_F(SuddenDeathTest, SwitchingOnAgainInsteadOfOffForgetsWhatADeviceHad) {
-  // The killed change set Lamp and is recorded nowhere, so its value counts as the normal one.
+  // The killed change set Screen and is recorded nowhere, so its value counts as the normal one.
   StartFrom(Before::kNothing);
   sandbox.Write(
       StatusFile(),
-      IniFile().In(IniFile::Encoding::kAnsi).Section(L"NormalEnvironment").Key(L"Lamp", 3));
+      IniFile().In(IniFile::Encoding::kAnsi).Section(L"NormalEnvironment").Key(L"Screen", 3));
   Host host(library.Module());
-  host.At("Lamp").Set(1);
+  host.At("Screen").Set(1);
   EXPECT_EQ(host.Change(Host::kEco, 1), VELTO_MODE_CHANGE_COMPLETED);
   EXPECT_EQ(host.Change(Host::kEco, 0), VELTO_MODE_CHANGE_COMPLETED);
-  EXPECT_EQ(host.DescribeDevices(), "Lamp=1 Fan=3 Sound=3");
+  EXPECT_EQ(host.DescribeDevices(), "Screen=1 Fan=3 Sound=3");
 }
 
 TEST_F(SuddenDeathTest, OffAlsoBringsBackWhatAnEarlierChangeRemembered) {
@@ -237,13 +243,13 @@ TEST_F(SuddenDeathTest, OffAlsoBringsBackWhatAnEarlierChangeRemembered) {
   EXPECT_EQ(host.Change(Host::kEco, 0), VELTO_MODE_CHANGE_COMPLETED);
   host.At("Fan").Set(0);
   EXPECT_EQ(host.Change(Host::kEco, 0), VELTO_MODE_CHANGE_COMPLETED);
-  EXPECT_EQ(host.DescribeDevices(), "Lamp=3 Fan=3 Sound=3");
+  EXPECT_EQ(host.DescribeDevices(), "Screen=3 Fan=3 Sound=3");
 }
 
 TEST_F(SuddenDeathTest, AFileThatWasCutIsReadAsFarAsItGoes) {
   StartFrom(Before::kEcoIsOn);
   const std::string whole = ReadStatusFile();
-  ASSERT_THAT(whole, AllOf(HasSubstr("Lamp=3\r\nFan=3\r\nSound=-1\r\n"), HasSubstr("Eco=1\r\n")));
+  ASSERT_THAT(whole, AllOf(HasSubstr("Screen=3\r\nFan=3\r\nSound=-1\r\n"), HasSubstr("Eco=1\r\n")));
   for (std::size_t size = 0; size <= whole.size(); ++size) {
     SCOPED_TRACE(testing::Message() << "cut to " << size << " of " << whole.size() << " bytes");
     StartFrom(Before::kEcoIsOn);
@@ -254,7 +260,7 @@ TEST_F(SuddenDeathTest, AFileThatWasCutIsReadAsFarAsItGoes) {
     EXPECT_EQ(host.Status(Host::kDock), 0);
     EXPECT_EQ(host.Change(Host::kEco, 0), VELTO_MODE_CHANGE_COMPLETED);
     EXPECT_EQ(host.Status(Host::kEco), 0);
-    EXPECT_EQ(host.At("Lamp").Value(), rest.find("Lamp=3") != std::string::npos ? kNormal : 1);
+    EXPECT_EQ(host.At("Screen").Value(), rest.find("Screen=3") != std::string::npos ? kNormal : 1);
     EXPECT_EQ(host.At("Fan").Value(), rest.find("Fan=3") != std::string::npos ? kNormal : 2);
     // A sign without its digits is a 0 to Windows.
     EXPECT_EQ(host.At("Sound").Value(), rest.ends_with("Sound=-") ? 0 : kNormal);
@@ -265,10 +271,10 @@ TEST_F(SuddenDeathTest, OfSettingsThatWereSavedInPartTheRestIsLeftAlone) {
   // A host that died after the first of Eco's values was saved.
   StartFrom(Before::kNothing);
   sandbox.Write(sandbox.DataFile(L"ModeChange.Settings.ini"),
-                IniFile().In(IniFile::Encoding::kAnsi).Section(L"Eco").Key(L"Lamp", 2));
+                IniFile().In(IniFile::Encoding::kAnsi).Section(L"Eco").Key(L"Screen", 2));
   Host host(library.Module());
   EXPECT_EQ(host.Change(Host::kEco, 1), VELTO_MODE_CHANGE_COMPLETED);
-  EXPECT_EQ(host.DescribeDevices(), "Lamp=2 Fan=3 Sound=3") << "Fan has a default of 2";
+  EXPECT_EQ(host.DescribeDevices(), "Screen=2 Fan=3 Sound=3") << "Fan has a default of 2";
 }
 
 }  // namespace

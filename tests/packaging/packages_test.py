@@ -78,10 +78,10 @@ class PackagesTest(unittest.TestCase):
         self.assertIn("Eco mode", modes)
         self.assertIn("Cradle mode", modes)
 
-    def test_outside_project_builds_against_the_zip(self):
-        build = WORK / "outside"
+    def test_a_project_of_its_own_builds_against_the_zip(self):
+        build = WORK / "starter"
         shutil.rmtree(build, ignore_errors=True)
-        run("cmake", "-S", HERE / "outside", "-B", build, "-G", "Ninja",
+        run("cmake", "-S", self.tree / "samples/starter", "-B", build, "-G", "Ninja",
             f"-DCMAKE_TOOLCHAIN_FILE={PROJECT}/cmake/mingw-gcc.toolchain.cmake",
             f"-DVeltoModeChange_DIR={self.tree}/lib/cmake/VeltoModeChange")
         run("cmake", "--build", build)
@@ -89,9 +89,11 @@ class PackagesTest(unittest.TestCase):
         bin_folder = build / "installed"
         shutil.copytree(self.tree / "bin", bin_folder)
         shutil.copy(build / "host.exe", bin_folder)
-        self.assertEqual(run_windows(bin_folder / "host.exe").split(), ["IconModeOff"] * 5)
+        self.assertEqual(run_windows(bin_folder / "host.exe").splitlines(),
+                         ["Normal mode: OFF", "Eco mode: OFF", "Cradle mode: OFF",
+                          "Custom mode: OFF", "Wireless Off mode: OFF"])
 
-        # The library takes the outside engine in place of one of its own.
+        # The library takes the starter's engine in place of one of its own.
         shutil.copy(build / "Engine.dll", bin_folder / "Engines/VisualEffects.dll")
         shown = run_windows(bin_folder / "modectl.exe", "on", "Eco mode", "--no-confirm")
         self.assertIn("ON", shown)

@@ -44,7 +44,7 @@ ChildProcess::ChildProcess(const Options& options) : job(::CreateJobObjectW(null
   STARTUPINFOW startup{};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;
-  startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
+  startup.hStdInput = options.input != nullptr ? options.input : ::GetStdHandle(STD_INPUT_HANDLE);
   startup.hStdOutput =
       options.output != nullptr ? options.output : ::GetStdHandle(STD_OUTPUT_HANDLE);
   startup.hStdError = options.output != nullptr ? options.output : ::GetStdHandle(STD_ERROR_HANDLE);
@@ -81,6 +81,9 @@ std::optional<std::uint32_t> ChildProcess::Wait(std::uint32_t milliseconds) cons
 }
 
 ChildProcess::Result ChildProcess::Run(Options options) {
+  // Wine's desktop is started by the first program that needs it and keeps what that one could
+  // inherit: started by the child, it would hold the pipe below open for ever.
+  ::GetDesktopWindow();
   SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
   HANDLE readEnd = nullptr;
   HANDLE writeEnd = nullptr;

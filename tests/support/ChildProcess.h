@@ -20,6 +20,8 @@ class ChildProcess {
     std::filesystem::path workingFolder = {};
     /// What differs from this process' environment; an empty value removes the variable.
     std::map<std::wstring, std::wstring> variables = {};
+    /// Where its input comes from; null for where this process' input comes from.
+    HANDLE input = nullptr;
     /// Where its output goes; null for where this process' output goes.
     HANDLE output = nullptr;
   };

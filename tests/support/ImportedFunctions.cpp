@@ -188,6 +188,7 @@ constexpr ImportedFunction kFunctions[] = {
     Works("ScrollWindowEx", "puuppppu"),
     Works("SendMessageTimeoutW", "puppuup"),
     Works("SendMessageW", "pupp"),
+    Fails("SendNotifyMessageW", "pupp", kFalse, ERROR_INVALID_WINDOW_HANDLE),
     Works("SetActiveWindow", "p"),
     Works("SetFocus", "p"),
     Works("SetForegroundWindow", "p"),

@@ -143,9 +143,21 @@ void Interposition::Fail(std::string_view function, const Failure& failure) {
   import.failure = active;
 }
 
-void Interposition::FailAny(const Failure& failure) {
+void Interposition::FailAny(const Failure& failure, std::vector<std::string> spared) {
   const ExclusiveLock guard(lock);
   anyFailure = ActiveFailure{.failure = failure};
+  sparedFunctions = std::move(spared);
+  forcedCalls = {};
+}
+
+Interposition::Forced Interposition::ForcedCalls() const {
+  const ExclusiveLock guard(lock);
+  return forcedCalls;
+}
+
+bool Interposition::IsFailingOnwards() const {
+  const ExclusiveLock guard(lock);
+  return anyFailure.has_value() && anyFailure->failure.onwards;
 }
 
 void Interposition::Observe(std::string_view function, Observer observer) {
@@ -217,13 +229,25 @@ std::optional<Failure> Interposition::CountCall(Import& import, std::uint64_t re
   ++fallibleCallCount;
   // Both count this call, whichever of them makes it fail.
   const bool isOwnNext = import.failure.has_value() && import.failure->IsNext();
-  const bool isAnyNext = anyFailure.has_value() && anyFailure->IsNext();
+  const bool isAnyNext = IsNextOfAny(import);
   if (isOwnNext) return import.failure->failure;
   if (!isAnyNext) return std::nullopt;
   Failure failure = anyFailure->failure;
   failure.result = failure.result.value_or(*import.known->failingResult);
   failure.lastError = failure.lastError.value_or(import.known->lastError);
   return failure;
+}
+
+bool Interposition::IsNextOfAny(const Import& import) {
+  if (!anyFailure.has_value() || !anyFailure->IsNext()) return false;
+  if (anyFailure->seen != anyFailure->failure.nth &&
+      std::find(sparedFunctions.begin(), sparedFunctions.end(), import.function) !=
+          sparedFunctions.end()) {
+    return false;
+  }
+  if (forcedCalls.count++ == 0) forcedCalls.first = import.function;
+  forcedCalls.all.insert(import.function);
+  return true;
 }
 
 void Interposition::Record(const Import& import, const std::uint64_t* arguments, ThunkCall* call) {

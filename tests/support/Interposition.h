@@ -7,6 +7,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -84,8 +85,19 @@ class Interposition final : private ImportHook {
   [[nodiscard]] const char* LastFunction() const noexcept { return lastFunction; }
 
   void Fail(std::string_view function, const Failure& failure);
-  /// Counts the calls of all functions that can fail.
-  void FailAny(const Failure& failure);
+  /// Counts the calls of all functions that can fail. Those of `spared` only fail as the n-th call
+  /// itself, not onwards from another one.
+  void FailAny(const Failure& failure, std::vector<std::string> spared = {});
+
+  /// What FailAny has made fail since it was last called.
+  struct Forced {
+    std::uint64_t count = 0;
+    std::string first;  // the function of the n-th call
+    std::set<std::string> all;
+  };
+  [[nodiscard]] Forced ForcedCalls() const;
+  /// Whether FailAny is to make calls fail until StopFailing.
+  [[nodiscard]] bool IsFailingOnwards() const;
 
   /// Calls `replacement` instead: any function or lambda with the imported function's arguments,
   /// at most the first ones. It may throw, and sets the last error itself.
@@ -181,6 +193,8 @@ class Interposition final : private ImportHook {
   bool OnCall(std::size_t import, const std::uint64_t* arguments, ThunkCall* call) override;
   void OnReturn(std::size_t import, const std::uint64_t* arguments, ThunkCall* call) override;
 
+  /// Whether FailAny wants this call to fail, which counts it.
+  [[nodiscard]] bool IsNextOfAny(const Import& import);
   /// What to fail with when this call is one of those to fail.
   [[nodiscard]] std::optional<Failure> CountCall(Import& import, std::uint64_t returnAddress);
   void Record(const Import& import, const std::uint64_t* arguments, ThunkCall* call);
@@ -199,6 +213,8 @@ class Interposition final : private ImportHook {
   std::vector<Call> calls;
   std::uint32_t callsGeneration = 1;  // of `calls`: tickets of calls that were cleared are void
   std::optional<ActiveFailure> anyFailure;
+  std::vector<std::string> sparedFunctions;
+  Forced forcedCalls;
   std::atomic<std::uint64_t> fallibleCallCount = 0;
   std::atomic<bool> isRecording = true;
   std::atomic<const char*> lastFunction = "none";

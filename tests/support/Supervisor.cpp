@@ -13,6 +13,7 @@
 
 #include "support/ChildProcess.h"
 #include "support/Files.h"
+#include "support/ProgramCopy.h"
 #include "support/Text.h"
 
 namespace Supervisor {
@@ -21,7 +22,6 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr const wchar_t* kFolderVariable = L"VELTO_SANDBOX";
 // Where a build that counts coverage is to leave its counts: a folder for each process, because
 // processes that add to one file at the same time would lose some.
 constexpr const wchar_t* kCoverageVariable = L"VELTO_COVERAGE";
@@ -35,54 +35,6 @@ std::uint32_t GetPatienceInSeconds() {
   const long seconds = text != nullptr ? std::wcstol(text, nullptr, 10) : 0;
   return seconds > 0 ? static_cast<std::uint32_t>(seconds) : kDefaultPatienceInSeconds;
 }
-
-/// A new folder with the program and its DLLs, removed with this object.
-class ProgramCopy {
- public:
-  explicit ProgramCopy(const fs::path& program) : name(program.filename()) {
-    const fs::path parent = program.parent_path().parent_path().parent_path() / "sandboxes";
-    fs::create_directories(parent);
-    // Other systems (each Wine prefix is one) use the same process numbers at the same time.
-    for (int number = 0; folder.empty(); ++number) {
-      const fs::path candidate =
-          parent / (std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(number));
-      if (fs::create_directory(candidate)) folder = candidate;
-    }
-    Add(program);
-    for (const fs::directory_entry& entry : fs::directory_iterator(program.parent_path())) {
-      if (entry.path().extension() == L".dll") Add(entry.path());
-    }
-  }
-  ~ProgramCopy() { Files::RemoveTree(folder); }
-  ProgramCopy(const ProgramCopy&) = delete;
-  ProgramCopy& operator=(const ProgramCopy&) = delete;
-
-  [[nodiscard]] const fs::path& Folder() const noexcept { return folder; }
-  [[nodiscard]] fs::path Program() const { return folder / name; }
-
-  /// Says on the standard error what is in the folder that was not put there; true if anything is.
-  [[nodiscard]] bool ReportStrays() const {
-    bool found = false;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-      if (files.contains(entry.path().filename())) continue;
-      std::fprintf(stderr, "left behind by the tests: %s\n",
-                   Text::ToUtf8(entry.path().wstring()).c_str());
-      found = true;
-    }
-    return found;
-  }
-
- private:
-  void Add(const fs::path& file) {
-    // No hard link: that can't be removed while any other process runs the same program.
-    fs::copy_file(file, folder / file.filename());
-    files.insert(file.filename());
-  }
-
-  fs::path name;
-  fs::path folder;
-  std::set<fs::path> files;
-};
 
 }  // namespace
 

@@ -11,6 +11,9 @@
 /// VELTO_SUPERVISOR_SECONDS sets its patience.
 namespace Supervisor {
 
+/// Names the copy's folder, in the copy.
+constexpr const wchar_t* kFolderVariable = L"VELTO_SANDBOX";
+
 /// True in the copy.
 [[nodiscard]] bool IsSupervised();
 

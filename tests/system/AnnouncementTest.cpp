@@ -426,6 +426,24 @@ TEST_F(AnnouncementTest, CancelChangesNothingAndLooksLikeACompletedChange) {
   EXPECT_FALSE(sandbox.Exists(sandbox.DataFile(L"ModeChange.Settings.ini")));
 }
 
+TEST_F(AnnouncementTest, CancelWorksWhereWindowsTakesNoMessage) {
+  OpenOn(kEco);
+  EXPECT_TRUE(RequestAnd(1, [this] {
+    interposition.Fail("PostMessageW", {.onwards = true});
+    Press(IDC_CANCEL_BUTTON);
+  }));
+  EXPECT_THAT(results, testing::ElementsAre(VELTO_MODE_CHANGE_COMPLETED));
+}
+
+TEST_F(AnnouncementTest, ItEndsWhereWindowsDoesNotEndIt) {
+  SetDefault(L"Eco", L"Lamp", 1);
+  OpenOn(kEco);
+  interposition.Fail("EndDialog", {.onwards = true});
+  EXPECT_TRUE(RequestAnd(1, [this] { Press(IDC_OK_BUTTON); }));
+  EXPECT_NE(::IsWindowEnabled(hostWindow), FALSE);
+  EXPECT_EQ(WaitForResult(), VELTO_MODE_CHANGE_COMPLETED);
+}
+
 TEST_F(AnnouncementTest, CancelTellsANullWindowNothing) {
   OpenOn(kEco);
   const HWND host = hostWindow;

@@ -31,6 +31,15 @@ TEST_F(HandleLifetimeTest, AHandleHasAHiddenWindowUntilMessagesAreHandledAfterIt
   EXPECT_FALSE(::IsWindow(window));
 }
 
+TEST_F(HandleLifetimeTest, TheWindowGoesAtOnceWhereWindowsTakesNoMessage) {
+  Open();
+  const HWND window = ChangeModeWindow();
+  interposition.Fail("PostMessageW", {});
+  EXPECT_TRUE(deleteHandle(handle));
+  handle = nullptr;
+  EXPECT_FALSE(::IsWindow(window));
+}
+
 TEST_F(HandleLifetimeTest, SeveralHandlesHaveSelectionsAndWindowsOfTheirOwn) {
   Open();
   VELTO_MODE_CHANGE_HANDLE first = handle;

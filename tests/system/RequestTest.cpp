@@ -83,6 +83,26 @@ TEST_F(RequestTest, TheRequestIsHandedOverAsOneRecord) {
       });
   EXPECT_TRUE(Request(1)) << "the answer is ignored";
   EXPECT_TRUE(seen);
+  static_cast<void>(traces.Take());
+}
+
+TEST_F(RequestTest, AHostIsToldThatNobodyTookItsRequest) {
+  OpenOn(kEco);
+  const Traces refused{
+      {L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", 321},
+      {L"CModeChange::RequestToChangeMode", 935},
+      {L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 469, L"0, 0"}};
+  interposition.Fail("ReadProcessMemory", {});
+  EXPECT_TRUE(Request(1));
+  EXPECT_EQ(WaitForResult(), VELTO_MODE_CHANGE_FAILED);
+  PumpAll();
+  EXPECT_EQ(traces.Take(), refused);
+
+  interposition.Fail("ReadProcessMemory", {});
+  EXPECT_TRUE(request(handle, VELTO_MODE_REQUEST_STATUS, 0, 1, nullptr, 0)) << "nobody to be told";
+  PumpAll();
+  EXPECT_EQ(traces.Take(), refused);
+  EXPECT_TRUE(log.empty());
 }
 
 TEST_F(RequestTest, AnUnknownIdentifierSucceedsAndChangesNothing) {

@@ -82,6 +82,19 @@ INT_PTR CDialogBase::Handled(LRESULT result) const noexcept {
   return TRUE;
 }
 
+void CDialogBase::CloseLater() const noexcept {
+  if (window == nullptr || ::PostMessageW(window, WM_CLOSE, 0, 0) != FALSE) return;
+  ::SendMessageW(window, WM_CLOSE, 0, 0);
+}
+
+void CDialogBase::EndModal(INT_PTR result) const noexcept {
+  if (::EndDialog(window, result) != FALSE) return;
+  // Its modal loop ends with the window, but only EndDialog lets the owner be used again.
+  const HWND owner = ::GetWindow(window, GW_OWNER);
+  if (owner != nullptr) ::EnableWindow(owner, TRUE);
+  ::DestroyWindow(window);
+}
+
 void CDialogBase::SetControlFont(int control, HFONT font) const noexcept {
   if (font == nullptr) return;
   ::SendDlgItemMessageW(window, control, WM_SETFONT, reinterpret_cast<WPARAM>(font), TRUE);

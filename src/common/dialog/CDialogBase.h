@@ -43,6 +43,12 @@ class CDialogBase {
   /// For OnMessage to return: the message is handled, with this result.
   [[nodiscard]] INT_PTR Handled(LRESULT result = 0) const noexcept;
 
+  /// Sends the dialog its WM_CLOSE: when the handlers that run now have returned or, where Windows
+  /// takes no message, at once. A dialog that nobody else closes must not depend on a message.
+  void CloseLater() const noexcept;
+  /// Ends a modal dialog. The window may be gone when this returns.
+  void EndModal(INT_PTR result) const noexcept;
+
   /// Gives a control its font; without one it keeps the template's.
   void SetControlFont(int control, HFONT font) const noexcept;
   /// For OnMessage to return for a WM_CTLCOLOR... message: text in the system's colour for windows

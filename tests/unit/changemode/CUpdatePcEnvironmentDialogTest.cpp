@@ -231,6 +231,36 @@ TEST_F(CUpdatePcEnvironmentDialogTest, ARequestThatNobodyTakesEndsIt) {
   EXPECT_THAT(log, IsEmpty());
 }
 
+TEST_F(CUpdatePcEnvironmentDialogTest, ARequestThatIsRefusedEndsIt) {
+  // Of the request first, then of the mode's name.
+  for (const std::uint32_t unreadable : {1U, 2U}) {
+    SCOPED_TRACE(unreadable);
+    interposition.Fail("ReadProcessMemory", {.nth = unreadable});
+    EXPECT_EQ(Run(), 100);
+    ExpectTraces(
+        {In(L"ChangeModeWindow::`anonymous-namespace'::OnCopyData", unreadable == 1 ? 321 : 324),
+         In(L"CUpdatePcEnvironmentDialog::OnTimer", 112),
+         In(L"ChangeModeWindow::`anonymous-namespace'::OnCompletionNotice", 469, L"0, 0")});
+    ExpectNothingLeft();
+  }
+  EXPECT_THAT(log, IsEmpty());
+}
+
+TEST_F(CUpdatePcEnvironmentDialogTest, ItEndsWhereWindowsTakesNoMessages) {
+  interposition.Fail("PostMessageW", {.onwards = true});
+  interposition.Fail("SendNotifyMessageW", {.onwards = true});
+  EXPECT_EQ(Run(), 12);
+  static_cast<void>(traces.Take());
+  ExpectNothingLeft();
+}
+
+TEST_F(CUpdatePcEnvironmentDialogTest, ItEndsWhereWindowsDoesNotEndIt) {
+  interposition.Fail("EndDialog", {.onwards = true});
+  EXPECT_EQ(Run(), 10);
+  EXPECT_NE(::IsWindowEnabled(hostWindow), FALSE);
+  ExpectNothingLeft();
+}
+
 TEST_F(CUpdatePcEnvironmentDialogTest, TheUserCannotEndIt) {
   Engine(L"Lamp").completion = ScriptedEngine::Completion::kByTest;
   robot.Then(

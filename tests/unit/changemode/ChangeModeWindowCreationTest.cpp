@@ -272,6 +272,20 @@ TEST_F(ChangeModeWindowCreationTest, ClosesWhenItIsPostedClose) {
   EXPECT_EQ(::IsWindow(window), FALSE);
 }
 
+TEST_F(ChangeModeWindowCreationTest, ClosesAtOnceWhereWindowsTakesNoMessage) {
+  WriteConfig({L"Screen"});
+  window = MakeWindow();
+  ChangeModeWindow::CloseMyWindow(window);
+  EXPECT_NE(::IsWindow(window), FALSE) << "later";
+  PumpAll();
+  EXPECT_EQ(::IsWindow(window), FALSE);
+
+  window = MakeWindow();
+  interposition.Fail("PostMessageW", {});
+  ChangeModeWindow::CloseMyWindow(window);
+  EXPECT_EQ(::IsWindow(window), FALSE);
+}
+
 TEST_F(ChangeModeWindowCreationTest, FreesTheRecordWhenItIsDestroyed) {
   WriteConfig({L"Screen", L"Keys"});
   ::DestroyWindow(MakeWindow());  // what is made once per process

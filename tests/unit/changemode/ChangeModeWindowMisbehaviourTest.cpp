@@ -284,7 +284,7 @@ TEST_F(ChangeModeWindowMisbehaviourTest, EndsTheChangeWhereAMessageCannotBePoste
       {"an item without a value is done", 3, notPosted, {Told(0)}, 2},
       {"the last item", 4, notPosted, {Told(0)}, 2},
       {"an item that is not usable is done", 5, notPosted, {Told(0)}, 3},
-      {"the requester", 6, {In(L"EndChange", 205)}, {}, 3},
+      {"the requester, who is sent it then", 6, {}, {Told(1)}, 3},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
@@ -321,8 +321,12 @@ TEST_F(ChangeModeWindowMisbehaviourTest, EndsTheChangeWhereAFailureCannotBePoste
 
 TEST_F(ChangeModeWindowMisbehaviourTest, IsIdleAgainWhereNoMessageCanBePostedAtAll) {
   interposition.Fail("PostMessageW", {.onwards = true});
-  EXPECT_THAT(Change(L"Eco", kOn), IsEmpty());
-  EXPECT_EQ(traces.Take(), (Traces{In(L"EndChange", 205), In(L"PostToMyself", 214, L"1400")}));
+  EXPECT_THAT(Change(L"Eco", kOn), ElementsAre(Told(0))) << "sent";
+  EXPECT_EQ(traces.Take(), (Traces{In(L"PostToMyself", 214, L"1400")}));
+
+  interposition.Fail("SendNotifyMessageW", {.onwards = true});
+  EXPECT_THAT(Change(L"Eco", kOn), ElementsAre(Told(0))) << "called";
+  EXPECT_EQ(traces.Take(), (Traces{In(L"PostToMyself", 214, L"1400")}));
 
   EXPECT_EQ(Send(nullptr), TRUE);
   EXPECT_EQ(DescribeRecord(), kIdle);
@@ -330,6 +334,21 @@ TEST_F(ChangeModeWindowMisbehaviourTest, IsIdleAgainWhereNoMessageCanBePostedAtA
 }
 
 // --- Memory that runs out ------------------------------------------------------------------------
+
+TEST_F(ChangeModeWindowMisbehaviourTest, IsTracedWhenMemoryRunsOutAtTheEnd) {
+  const auto original =
+      interposition.Original<decltype(&::WritePrivateProfileStringW)>("WritePrivateProfileStringW");
+  interposition.Replace("WritePrivateProfileStringW",
+                        [original](const wchar_t* section, const wchar_t* key, const wchar_t* value,
+                                   const wchar_t* file) -> BOOL {
+                          if (std::wstring_view(section) == L"CurrentModeStatus") {
+                            throw std::bad_alloc();
+                          }
+                          return original(section, key, value, file);
+                        });
+  EXPECT_THAT(Change(L"Eco", kOn), ElementsAre(Told(0)));
+  EXPECT_EQ(traces.Take(), (Traces{In(L"OnCompletionNotice", 646)}));
+}
 
 class ChangeModeWindowMemoryTest : public ChangeModeWindowMisbehaviourTest {
  protected:

@@ -268,6 +268,26 @@ TEST_F(ChangeModeWindowRequestTest, ReadsAModeNameAtTheVeryEndOfMemory) {
   EXPECT_STREQ(Record()->newModeName.c_str(), L"Eco");
 }
 
+TEST_F(ChangeModeWindowRequestTest, FromAnotherProgramIsRefusedWhenItNamesNoMode) {
+  // What it names is text of this process, and would be found in the status file afterwards.
+  interposition.Replace("InSendMessageEx", [](void*) { return DWORD{ISMEX_SEND}; });
+  for (const wchar_t* text : {L"A secret", L"", L"Travel", L"Eco "}) {
+    SCOPED_TRACE(Text::ToUtf8(text));
+    ChangeModeRequest request = GoodRequest(text);
+    const COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
+    ExpectRefused(&copyData, In(L"OnCopyData", 326));
+    EXPECT_THAT(StatusFile(), ElementsAre("no file"));
+  }
+}
+
+TEST_F(ChangeModeWindowRequestTest, FromAnotherProgramIsAcceptedWhenItNamesAMode) {
+  interposition.Replace("InSendMessageEx", [](void*) { return DWORD{ISMEX_SEND}; });
+  for (const wchar_t* mode : {L"Eco", L"eCO", L"Quiet"}) {
+    SCOPED_TRACE(Text::ToUtf8(mode));
+    EXPECT_THAT(Change(mode, kOn), ElementsAre(Told(1)));
+  }
+}
+
 TEST_F(ChangeModeWindowRequestTest, IsRefusedWhileTheRecordSaysBusy) {
   Record()->busy = true;
   ChangeModeRequest request = GoodRequest();

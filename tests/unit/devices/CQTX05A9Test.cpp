@@ -215,6 +215,13 @@ TEST_F(CQTX05A9Test, TakesTextsWithoutATerminator) {
   EXPECT_THAT(PathsGivenTo("GetFileAttributesW"), ElementsAre(L"D:\\Drv\\x.dll"));
 }
 
+TEST_F(CQTX05A9Test, TakesHalfACharacterAsItsLowByte) {
+  SetBytes(L"InstPath", L"D:\\Drv", 11);
+  SetBytes(L"DllName", L"x.dll", 9);
+  EXPECT_FALSE(lamps->SetEcoLED(true));
+  EXPECT_THAT(PathsGivenTo("GetFileAttributesW"), ElementsAre(L"D:\\Drv\\x.dll"));
+}
+
 TEST_F(CQTX05A9Test, TakesTextsUpToTheirFirstTerminator) {
   SetBytes(L"InstPath", std::wstring(L"D:\\Drv\0rest", 11), 24, REG_BINARY);
   SetText(L"DllName", L"x.dll");

@@ -13,6 +13,20 @@ TEST(JsonObjectTest, IsWrittenInOrder) {
             LR"({"index": -1, "name": "Eco", "on": true, "off": false})");
 }
 
+TEST(JsonObjectTest, HasObjectsAndLists) {
+  EXPECT_EQ(JsonObject()
+                .AddObject(L"empty", JsonObject())
+                .AddObject(L"texts", JsonObject().AddText(L"en-US", L"On"))
+                .Text(),
+            LR"({"empty": {}, "texts": {"en-US": "On"}})");
+  EXPECT_EQ(JsonObject().AddList(L"none", {}).Text(), LR"({"none": []})");
+  EXPECT_EQ(JsonObject()
+                .AddList(L"two", {JsonObject().AddNumber(L"a", 1), JsonObject()})
+                .AddFlag(L"last", true)
+                .Text(),
+            L"{\"two\": [\n  {\"a\": 1},\n  {}\n], \"last\": true}");
+}
+
 TEST(JsonObjectTest, EscapesWhatJsonReserves) {
   EXPECT_EQ(JsonObject::Quote(L""), LR"("")");
   EXPECT_EQ(JsonObject::Quote(LR"(a "b" c:\d)"), LR"("a \"b\" c:\\d")");

@@ -1,4 +1,4 @@
-#include "Modes.h"
+#include "ModeTexts.h"
 
 #include <gtest/gtest.h>
 

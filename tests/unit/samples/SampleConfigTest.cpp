@@ -17,6 +17,7 @@
 #include "config/CModeChangeConfig.h"
 #include "config/CModeChangeResource.h"
 #include "config/CModeChangeSettings.h"
+#include "languages/SampleLanguages.h"
 #include "support/ModeChangeTest.h"
 
 namespace {
@@ -29,7 +30,6 @@ using ::testing::UnorderedElementsAreArray;
 
 const std::filesystem::path kSampleFolder = std::filesystem::absolute(SAMPLE_CONFIG_FOLDER);
 
-constexpr const wchar_t* kLocales[] = {L"en-US", L"ja-JP", L"de-DE", L"fr-FR"};
 constexpr const wchar_t* kModes[] = {L"Normal", L"Eco", L"Cradle", L"Custom", L"WirelessOff"};
 constexpr const wchar_t* kGroups[] = {L"Power", L"Display", L"Input"};
 constexpr const wchar_t* kWindowsSuffixes[] = {L"_Win7", L"_Win8OrLater"};
@@ -225,7 +225,7 @@ TEST_F(SampleConfigTest, HasTheFilesThatAMachineNeeds) {
   for (const std::filesystem::path& name : Files()) names.insert(name.generic_wstring());
   std::set<std::wstring> expected = {L"ModeChange.Config.ini", L"ModeChange.UsableModeList.ini",
                                      L"ModeChange.DefaultSettings.ini"};
-  for (const wchar_t* locale : kLocales) {
+  for (const auto& [locale, script] : kSampleLanguages) {
     expected.insert(std::wstring(locale) + L"/ModeChange.Resource.ini");
   }
   EXPECT_EQ(names, expected);
@@ -442,7 +442,7 @@ TEST_F(SampleConfigTest, HasEveryTextAndSizeInEachLanguage) {
   for (const auto& [section, keys] : kFontSizes) {
     for (const std::wstring& key : keys) expected.emplace(section, key);
   }
-  for (const wchar_t* locale : kLocales) {
+  for (const auto& [locale, script] : kSampleLanguages) {
     SCOPED_TRACE(Text::ToUtf8(locale));
     const SampleFile file = TextFile(locale);
     std::vector<std::pair<std::wstring, std::wstring>> present;
@@ -457,7 +457,7 @@ TEST_F(SampleConfigTest, HasEveryTextAndSizeInEachLanguage) {
 }
 
 TEST_F(SampleConfigTest, HasTextsWithTheRightMarks) {
-  for (const wchar_t* locale : kLocales) {
+  for (const auto& [locale, script] : kSampleLanguages) {
     const SampleFile file = TextFile(locale);
     std::map<std::wstring, std::wstring> accessKeys;  // of each dialog, one after the other
     for (const auto& [place, rule] : GetTextRules()) {
@@ -490,7 +490,7 @@ TEST_F(SampleConfigTest, HasReadableFontSizesInEachLanguage) {
       {&CModeChangeResource::GetFontSizeInUpdatePcEnvironmentDialog, 1},
       {&CModeChangeResource::GetFontSizeAnnounceModeIsChangedDialog, 5},
   };
-  for (const wchar_t* locale : kLocales) {
+  for (const auto& [locale, script] : kSampleLanguages) {
     sandbox.SetUserLocale(locale);
     CModeChangeResource resource;
     for (const auto& [getSize, count] : kDialogs) {
@@ -505,7 +505,7 @@ TEST_F(SampleConfigTest, HasReadableFontSizesInEachLanguage) {
 }
 
 TEST_F(SampleConfigTest, KeepsTheValueAndTheNoteOfALockApart) {
-  for (const wchar_t* locale : kLocales) {
+  for (const auto& [locale, script] : kSampleLanguages) {
     SCOPED_TRACE(Text::ToUtf8(locale));
     sandbox.SetUserLocale(locale);
     CModeChangeResource resource;
@@ -514,9 +514,10 @@ TEST_F(SampleConfigTest, KeepsTheValueAndTheNoteOfALockApart) {
     EXPECT_TRUE(resource.GetModeSettingsDialogLockedSettingItemMemo(&memo));
     EXPECT_TRUE(resource.GetModeSettingsDialogLockedSettingItemMemoBySpecificSettingItem(
         L"PowerScheme", &memoByItem));
-    // The note is put right behind the value's name; Japanese brackets bring their own space.
-    const std::wstring start = std::wstring(locale) == L"ja-JP" ? L"（" : L" (";
-    EXPECT_THAT(std::wstring(memo.c_str()), StartsWith(start));
+    // The note is put right behind the value's name; wide brackets bring their own space.
+    const std::wstring note = memo.c_str();
+    const std::wstring start = note.starts_with(L'（') ? L"（" : L" (";
+    EXPECT_THAT(note, StartsWith(start));
     EXPECT_THAT(std::wstring(memoByItem.c_str()), StartsWith(start));
   }
 }

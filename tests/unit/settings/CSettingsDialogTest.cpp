@@ -256,6 +256,20 @@ TEST_F(CSettingsDialogTest, OKSavesAndCloses) {
   EXPECT_THAT(Boxes(), IsEmpty());
 }
 
+TEST_F(CSettingsDialogTest, ItClosesWhereWindowsTakesNoMessage) {
+  EXPECT_EQ(RunAnd([this] {
+              interposition.Fail("PostMessageW", {.onwards = true});
+              Press(IDC_OK_BUTTON);
+            }),
+            10);
+}
+
+TEST_F(CSettingsDialogTest, ItEndsWhereWindowsDoesNotEndIt) {
+  interposition.Fail("EndDialog", {.onwards = true});
+  EXPECT_EQ(RunAnd([] { Press(IDC_CANCEL_BUTTON); }), 10);
+  EXPECT_NE(::IsWindowEnabled(hostWindow), FALSE);
+}
+
 TEST_F(CSettingsDialogTest, EnterAndEscDoNothing) {
   EXPECT_EQ(RunAnd([] {
               ::SendMessageW(Frame(), WM_COMMAND, IDOK, 0);

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+
+/// Tells a window whenever a file of a folder was written, as another program switched a mode: the
+/// library itself does not tell. Costs nothing while nothing happens, unlike asking again and
+/// again.
+class FilesWatch {
+ public:
+  /// Posts `message` to `window`. Watches nothing where there is no such folder.
+  FilesWatch(const std::wstring& folder, HWND window, UINT message);
+  ~FilesWatch();
+  FilesWatch(const FilesWatch&) = delete;
+  FilesWatch& operator=(const FilesWatch&) = delete;
+
+ private:
+  struct ChangeDeleter {
+    void operator()(HANDLE owned) const noexcept { ::FindCloseChangeNotification(owned); }
+  };
+
+  static void CALLBACK OnChange(void* watch, BOOLEAN timedOut);
+
+  HWND window;
+  UINT message;
+  std::unique_ptr<std::remove_pointer_t<HANDLE>, ChangeDeleter> change;
+  HANDLE wait = nullptr;
+};
