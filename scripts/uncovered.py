@@ -174,7 +174,13 @@ def document(report, explained):
     """The text of docs/coverage.md."""
     lines, branches = count(report)
     unreachable_lines = sum(1 for gap, _ in explained if not gap.missing)
-    unreachable_branches = sum(gap.missing for gap, _ in explained)
+    in_those_lines = (
+        len(real_branches(line))
+        for file in report["files"]
+        for line in real_lines(file)
+        if line["count"] == 0
+    )
+    unreachable_branches = sum(gap.missing for gap, _ in explained) + sum(in_those_lines)
     reachable_lines = Total(lines.done, lines.count - unreachable_lines)
     reachable_branches = Total(branches.done, branches.count - unreachable_branches)
     text = [

@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr std::uint32_t kSecondsPerInput = 60;
+constexpr std::uint64_t kSecondsPerInput = 60;
 constexpr ULONGLONG kMillisecondsOfSubset = 40'000;
 constexpr std::uint64_t kSetsOfSubset = 1'000;
 constexpr std::uint64_t kFewestSetsOfSubset = 10;
@@ -31,7 +31,8 @@ const Damage& PickDamage(Random& random) {
 /// each made from its seed alone, as is what the host and its user do.
 ///
 /// VELTO_FUZZ_SEED=17 tries only that one; VELTO_FUZZ_FIRST and VELTO_FUZZ_SETS say which sets to
-/// try, however long it takes; VELTO_FUZZ_FILES names a folder where the last set is kept.
+/// try, however long it takes; VELTO_FUZZ_SECONDS says how long a set may take; VELTO_FUZZ_FILES
+/// names a folder where the last set is kept.
 class InterfaceFuzzTest : public ModeChangeTest {
  protected:
   InterfaceFuzzTest() {
@@ -46,7 +47,8 @@ class InterfaceFuzzTest : public ModeChangeTest {
     // Whatever ends this process, the last number is that of the set.
     std::printf("%llu ", static_cast<unsigned long long>(seed));
     std::fflush(stdout);
-    watchdog.SetPatience(kSecondsPerInput);
+    watchdog.SetPatience(static_cast<std::uint32_t>(
+        CurrentInput::GetNumber(L"VELTO_FUZZ_SECONDS").value_or(kSecondsPerInput)));
 
     Random random(seed);
     // Else the user would have switched the confirmation off in every set.
