@@ -24,10 +24,11 @@ check_formatting() {
 
 # Clang's build knows how each file is compiled and with which headers. Findings go to the standard
 # output; what is left out is how many clang-tidy saw in the system's headers. Tests are left out:
-# GoogleTest's macros would cost more time than all else together, and are most of what is found.
+# GoogleTest's macros would cost more time than all else together, and are most of what is found. So is
+# the starter, a project of its own.
 run_clang_tidy() {
   log "Running clang-tidy"
-  cpp_files '*.cpp' | grep -v '^\./tests/' | xargs -n 1 -P "$jobs" clang-tidy --quiet -p build/clang 2>&1 |
+  cpp_files '*.cpp' | grep -vE '^\./(tests|samples/starter)/' | xargs -n 1 -P "$jobs" clang-tidy --quiet -p build/clang 2>&1 |
     sed --unbuffered -E '/^[0-9]+ warnings? generated\.$/d'
 }
 

@@ -11,8 +11,8 @@
 /// again.
 class FilesWatch {
  public:
-  /// Posts `message` to `window`. Watches nothing where there is no such folder.
-  FilesWatch(const std::wstring& folder, HWND window, UINT message);
+  /// Posts `notification` to `owner`. Watches nothing where there is no such folder.
+  FilesWatch(const std::wstring& folder, HWND owner, UINT notification);
   ~FilesWatch();
   FilesWatch(const FilesWatch&) = delete;
   FilesWatch& operator=(const FilesWatch&) = delete;

@@ -14,6 +14,16 @@ namespace {
 constexpr int kExitDone = 0;
 constexpr int kExitFailed = 1;
 
+/// Until the user exits. Changes are carried out inside this loop, by a window of the library's
+/// own.
+void RunMessageLoop() {
+  MSG message;
+  while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+  }
+}
+
 int Run(HINSTANCE instance, const Texts& texts) {
   const SingleInstance self(L"Local\\BrivaneModetray");
   if (!self.IsFirst()) {
@@ -22,7 +32,8 @@ int Run(HINSTANCE instance, const Texts& texts) {
     }
     return kExitDone;
   }
-  TrayApplication(instance, texts).Run();
+  const TrayApplication application(instance, texts);
+  RunMessageLoop();
   return kExitDone;
 }
 

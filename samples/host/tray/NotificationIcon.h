@@ -12,8 +12,8 @@
 /// The icon in the notification area, there as long as this object lives.
 class NotificationIcon {
  public:
-  /// `message` is what `window` is sent for events of the icon, as NOTIFYICON_VERSION_4 has it.
-  NotificationIcon(HWND window, UINT message) noexcept;
+  /// `eventMessage` is what `owner` is sent for events of the icon, as NOTIFYICON_VERSION_4 has it.
+  NotificationIcon(HWND owner, UINT eventMessage) noexcept;
   ~NotificationIcon();
   NotificationIcon(const NotificationIcon&) = delete;
   NotificationIcon& operator=(const NotificationIcon&) = delete;

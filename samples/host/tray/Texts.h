@@ -12,8 +12,8 @@
 class Texts {
  public:
   /// Texts of this module, for the user of this process.
-  explicit Texts(HINSTANCE instance);
-  Texts(HINSTANCE instance, LANGID user);
+  explicit Texts(HINSTANCE module);
+  Texts(HINSTANCE module, LANGID user);
 
   /// The text of an IDS_... number; empty where there is none.
   [[nodiscard]] std::wstring Get(UINT id) const;

@@ -19,7 +19,7 @@ constexpr DWORD kPatienceAtSessionEndInMilliseconds = 5000;
 /// A flag that is set while this object lives, also where an exception ends that.
 class Flagged {
  public:
-  explicit Flagged(bool& target) noexcept : flag(target) { flag = true; }
+  explicit Flagged(bool& target) noexcept : flag(target) { target = true; }
   ~Flagged() { flag = false; }
   Flagged(const Flagged&) = delete;
   Flagged& operator=(const Flagged&) = delete;
@@ -41,15 +41,6 @@ TrayApplication::TrayApplication(HINSTANCE module, const Texts& ownTexts)
   watch.emplace(DataFolder::GetPath(), window.Get(), TrayWindow::kFilesChangedMessage);
   Refresh();
   window.Listen();
-}
-
-void TrayApplication::Run() {
-  // Changes are carried out inside this loop, by a window of the library's own.
-  MSG message;
-  while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-    ::TranslateMessage(&message);
-    ::DispatchMessageW(&message);
-  }
 }
 
 // --- What the user does --------------------------------------------------------------------------

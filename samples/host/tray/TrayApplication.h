@@ -26,14 +26,11 @@
 ///     library again.
 class TrayApplication final : private TrayEvents {
  public:
-  /// `instance` is the module with the resources. Throws a CommandError.
-  TrayApplication(HINSTANCE instance, const Texts& texts);
+  /// `module` is the one with the resources. Throws a CommandError.
+  TrayApplication(HINSTANCE module, const Texts& ownTexts);
   ~TrayApplication() = default;
   TrayApplication(const TrayApplication&) = delete;
   TrayApplication& operator=(const TrayApplication&) = delete;
-
-  /// Runs until the user exits.
-  void Run();
 
  private:
   void OnMenuWanted(POINT place) override;

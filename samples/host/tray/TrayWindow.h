@@ -43,9 +43,9 @@ class TrayWindow {
   static constexpr UINT kIconMessage = WM_APP;
   static constexpr UINT kFilesChangedMessage = WM_APP + 1;
 
-  /// Throws a CommandError when there is no window to be had. `events` has to outlive it, and is
+  /// Throws a CommandError when there is no window to be had. `listener` has to outlive it, and is
   /// not called before Listen.
-  explicit TrayWindow(TrayEvents& events);
+  explicit TrayWindow(TrayEvents& listener);
   ~TrayWindow() = default;
   TrayWindow(const TrayWindow&) = delete;
   TrayWindow& operator=(const TrayWindow&) = delete;
