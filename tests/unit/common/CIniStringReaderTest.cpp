@@ -91,7 +91,7 @@ TEST_F(CIniStringReaderTest, ReadsEachTextWithOneCallOfWindows) {
   const std::vector<Call> calls = interposition.AllCalls();
   ASSERT_EQ(calls.size(), 1U);
   EXPECT_EQ(calls[0].function, "GetPrivateProfileStringW");
-  EXPECT_EQ(calls[0].arguments[4], sandbox.Read(kFile).size());
+  EXPECT_EQ(static_cast<DWORD>(calls[0].arguments[4]), sandbox.Read(kFile).size());
 }
 
 TEST_F(CIniStringReaderTest, ListsTheKeysOfASectionInTheFilesOrder) {

@@ -94,8 +94,8 @@ TEST_F(ModuleHelpersTest, OpensTheFileForReadingNextToOtherReaders) {
   EXPECT_EQ(opened[0].arguments[1], std::uint64_t{GENERIC_READ});
   EXPECT_EQ(opened[0].arguments[2], std::uint64_t{FILE_SHARE_READ});
   EXPECT_EQ(opened[0].arguments[3], 0U);  // no security attributes
-  EXPECT_EQ(opened[0].arguments[4], std::uint64_t{OPEN_EXISTING});
-  EXPECT_EQ(opened[0].arguments[5], std::uint64_t{FILE_ATTRIBUTE_NORMAL});
+  EXPECT_EQ(static_cast<DWORD>(opened[0].arguments[4]), DWORD{OPEN_EXISTING});
+  EXPECT_EQ(static_cast<DWORD>(opened[0].arguments[5]), DWORD{FILE_ATTRIBUTE_NORMAL});
 }
 
 TEST_F(ModuleHelpersTest, TakesThreeCallsOfWindowsToMeasureAFile) {

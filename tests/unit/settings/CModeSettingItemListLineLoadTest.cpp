@@ -409,7 +409,7 @@ TEST_F(CModeSettingItemListLineLoadTest, SetsEachFontOnceAndHasItShown) {
   for (const Call& call : interposition.CallsOf("SendDlgItemMessageW")) {
     if (call.arguments[2] != WM_SETFONT) continue;
     ++timesSet[static_cast<int>(call.arguments[1])];
-    EXPECT_EQ(call.arguments[4], static_cast<std::uint64_t>(TRUE));
+    EXPECT_EQ(static_cast<BOOL>(call.arguments[4]), TRUE);
   }
   const std::map<int, int> expected = {{1016, 1}, {1018, 1}, {1019, 1}, {1024, 1}, {1025, 1},
                                        {1031, 1}, {1032, 1}, {1040, 1}, {1041, 1}};
