@@ -347,8 +347,9 @@ TEST_F(TrayFocusTest, DoesNotTakeTheResultOfAnEarlierChange) {
 
 TEST_F(TrayFocusTest, OpensTheSettingsOnTheChosenMode) {
   Start();
-  for (const auto& [keys, mode] : {std::pair(L"s2", kDock), std::pair(L"s5", kFlight)}) {
-    ThenPressInMenu(keys);
+  for (const auto& choice : {std::pair(L"s2", kDock), std::pair(L"s5", kFlight)}) {
+    const auto mode = choice.second;
+    ThenPressInMenu(choice.first);
     robot.Then("settings", DialogRobot::DialogWith(IDC_APPLY_BUTTON), [this, mode](HWND dialog) {
       EXPECT_EQ(ChosenMode(AreaOf(dialog)), static_cast<int>(mode));
       EXPECT_EQ(::GetWindow(dialog, GW_OWNER), icon.window);

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "MessageLoop.h"
 #include "StringIds.h"
 #include "Texts.h"
 #include "TrayApplication.h"
@@ -36,7 +37,7 @@ class TrayTest : public SettingsTest {
   /// Fails the test where the program does not start.
   void Start();
   /// Runs the program to its end, with Exit as the robot's last step.
-  void Run() { application->Run(); }
+  static void Run() { RunMessageLoop(); }
   void ThenExit();
 
   /// The user clicks the icon; the menu opens when messages are handled.

@@ -56,8 +56,8 @@ class Setting {
   Check free;
 };
 
-/// Sets a value through an engine that is loaded for it, and reports whether that worked. Where the
-/// device has the value already nothing is done.
-void RestoreDevice(const std::wstring& enginePath, INT32 value, CallLog& calls);
+/// Sets a value through an engine that is loaded for it. True, and reported, when the device has
+/// the value then; where it has it already nothing is done.
+[[nodiscard]] bool RestoreDevice(const std::wstring& enginePath, INT32 value, CallLog& calls);
 
 }  // namespace EngineCheck

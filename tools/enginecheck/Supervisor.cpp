@@ -128,7 +128,7 @@ Supervisor::Supervisor(const Options& options, std::wstring enginePath, HANDLE s
 
 bool Supervisor::Run() {
   const Progress progress = RunWorkerProcess(std::nullopt);
-  if (progress.firstValue && !progress.isRestored && !progress.isDone) {
+  if (progress.firstValue && !progress.isRestored) {
     const Progress restoring = RunWorkerProcess(progress.firstValue);
     if (!restoring.isDone) {
       listener({Severity::kFailure, L"Setting", L"restored",

@@ -1,6 +1,7 @@
 #include "Worker.h"
 
 #include "CallLog.h"
+#include "Check.h"
 #include "Contract.h"
 #include "CrashReport.h"
 #include "Engine.h"
@@ -45,7 +46,8 @@ class CheckRun {
     } catch (const Stopped&) {
       isStopped = true;
     }
-    if (firstValue) RestoreDevice(task.engine, *firstValue, calls);
+    // Where this fails, an engine that was left in a bad state may do it in a new process.
+    if (firstValue) static_cast<void>(RestoreDevice(task.engine, *firstValue, calls));
     if (!isStopped) calls.ReportTimes();
   }
 
@@ -133,7 +135,12 @@ int RunWorker(const WorkerTask& task) {
   const Journal journal(task.journal);
   if (task.valueToRestore) {
     CallLog calls(journal, task.timeoutInMs);
-    RestoreDevice(task.engine, *task.valueToRestore, calls);
+    if (!RestoreDevice(task.engine, *task.valueToRestore, calls)) {
+      Check check(journal, L"Setting", L"restored");
+      check.Fail(L"The device could not be set back to value " +
+                     std::to_wstring(*task.valueToRestore) + L".",
+                 L"Set it by hand: it was at this value before the check.");
+    }
   } else {
     CheckRun(task, journal).Run();
   }

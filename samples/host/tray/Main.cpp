@@ -3,6 +3,7 @@
 #include <new>
 
 #include "ErrorBox.h"
+#include "MessageLoop.h"
 #include "SingleInstance.h"
 #include "StringIds.h"
 #include "Texts.h"
@@ -13,16 +14,6 @@ namespace {
 
 constexpr int kExitDone = 0;
 constexpr int kExitFailed = 1;
-
-/// Until the user exits. Changes are carried out inside this loop, by a window of the library's
-/// own.
-void RunMessageLoop() {
-  MSG message;
-  while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
-    ::TranslateMessage(&message);
-    ::DispatchMessageW(&message);
-  }
-}
 
 int Run(HINSTANCE instance, const Texts& texts) {
   const SingleInstance self(L"Local\\BrivaneModetray");
