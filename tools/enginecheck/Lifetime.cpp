@@ -98,8 +98,9 @@ void Lifetime::Compare(const std::wstring& what, std::optional<std::size_t> befo
   const std::wstring seen = std::to_wstring(more) + L" more " + what + L" after " +
                             std::to_wstring(repetitions) + L" times";
   // About one each time, or more. Fewer are not the engine's: the system keeps some for later.
-  if (5 * more >= 4 * std::size_t{repetitions})
+  if (5 * more >= 4 * std::size_t{repetitions}) {
     check.Fail(L"It leaves something behind: " + seen + L".", advice);
+  }
   check.Finish(L"It leaves no " + what + L" behind (" + seen + L").");
 }
 

@@ -39,6 +39,7 @@ std::wstring_view TakeValue(const Arguments& arguments, std::size_t* at, const w
 Rule ParseRule(std::wstring_view name) {
   if (const RuleText* const found = FindRule(name)) return found->rule;
   std::vector<std::wstring> known;
+  known.reserve(kRules.size());
   for (const RuleText& text : kRules) known.emplace_back(text.name);
   throw CheckUsageError{L"there is no rule " + std::wstring(name) + L"." +
                         Names::Suggest(name, known)};

@@ -17,6 +17,7 @@ const Entry* Find(const std::vector<Entry>& entries, std::wstring_view name) {
 template <class Entry>
 std::vector<std::wstring> GetNames(const std::vector<Entry>& entries) {
   std::vector<std::wstring> names;
+  names.reserve(entries.size());
   for (const Entry& entry : entries) names.push_back(entry.name);
   return names;
 }

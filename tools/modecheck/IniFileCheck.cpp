@@ -166,7 +166,7 @@ std::wstring IniFileCheck::ReadName(const IniDocument::Key& key) const {
   Add(Rule::kTrailingComment, key.line,
       L"The comment behind the value is a part of " + key.name +
           L". Give the comment a line of its own.");
-  return std::wstring(IniDocument::Trim(std::wstring_view(key.value).substr(0, comment)));
+  return std::wstring(IniDocument::Trim(std::wstring_view{key.value}.substr(0, comment)));
 }
 
 std::optional<int> IniFileCheck::ReadNumber(std::wstring_view section,
@@ -201,7 +201,7 @@ std::map<unsigned, const IniDocument::Key*> IniFileCheck::FindNumbered(
   for (const IniDocument::Key& key : found->keys) {
     if (!Names::StartsWith(key.name, entryKey)) continue;
     const std::optional<unsigned> number =
-        ParseKeyNumber(std::wstring_view(key.name).substr(entryKey.size()));
+        ParseKeyNumber(std::wstring_view{key.name}.substr(entryKey.size()));
     if (number) numbered.try_emplace(*number, &key);
   }
   return numbered;
@@ -297,7 +297,7 @@ void IniFileCheck::CheckKey(const IniDocument::Section& section, const IniDocume
   const std::wstring* numberedKey = nullptr;
   for (const std::wstring& candidate : known.numberedKeys) {
     if (!Names::StartsWith(key.name, candidate)) continue;
-    const std::wstring_view number = std::wstring_view(key.name).substr(candidate.size());
+    const std::wstring_view number = std::wstring_view{key.name}.substr(candidate.size());
     if (ParseKeyNumber(number)) return;
     if (LooksLikeNumber(number)) numberedKey = &candidate;
   }

@@ -26,7 +26,7 @@ struct IniText {
 /// A file's bytes. A file that can't be read has a problem instead.
 struct FileBytes {
   /// No configuration comes near this size, and each read of the library's takes as much memory.
-  static constexpr std::uintmax_t kMostBytes = 4 * 1024 * 1024;
+  static constexpr std::uintmax_t kMostBytes = std::uintmax_t{4} * 1024 * 1024;
 
   std::string bytes = {};
   std::wstring problem = {};

@@ -34,11 +34,12 @@ const wchar_t* DescribeProblem(EngineAnswers::Problem problem) {
 }  // namespace
 
 ItemEngines::ItemEngines(const Configuration& configuration, const std::filesystem::path& folder,
-                         EngineSource& source, const IniFileCheck& file) {
+                         EngineSource& source, const IniFileCheck& file)
+    : unknown(configuration.items.size()) {
   for (const Configuration::Item& item : configuration.items) {
     if (!item.enginePath.empty()) Ask(item, folder, source, file);
   }
-  knowsAll = answers.size() == configuration.items.size();
+  unknown -= answers.size();
 }
 
 void ItemEngines::Ask(const Configuration::Item& item, const std::filesystem::path& folder,

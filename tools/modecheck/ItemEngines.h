@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -20,7 +21,7 @@ class ItemEngines {
 
   /// Null where nothing is known.
   [[nodiscard]] const EngineAnswers* Find(std::wstring_view item) const;
-  [[nodiscard]] bool KnowsAll() const noexcept { return knowsAll; }
+  [[nodiscard]] bool KnowsAll() const noexcept { return unknown == 0; }
 
   /// Reports a value that the item does not have. `subject` begins the sentence: "PowerScheme in
   /// [Eco_Win7]".
@@ -32,5 +33,5 @@ class ItemEngines {
            EngineSource& source, const IniFileCheck& file);
 
   std::map<std::wstring, EngineAnswers> answers;  // by folded item name
-  bool knowsAll = false;
+  std::size_t unknown = 1;                        // items
 };

@@ -64,7 +64,7 @@ std::wstring Join(const std::vector<std::wstring>& words) {
 /// As the library reads a size: decimal, or hexadecimal with "0x".
 std::optional<int> ParseSize(const std::wstring& text) {
   const bool isHexadecimal = Names::StartsWith(text, L"0x");
-  const std::wstring_view digits = std::wstring_view(text).substr(isHexadecimal ? 2 : 0);
+  const std::wstring_view digits = std::wstring_view{text}.substr(isHexadecimal ? 2 : 0);
   const wchar_t* const allowed = isHexadecimal ? L"0123456789abcdefABCDEF" : L"0123456789";
   constexpr std::size_t kMostDigits = 7;
   int size = 0;
