@@ -5,9 +5,9 @@
 /// A process that changes a mode and dies of it.
 namespace MortalHost {
 
-/// How the process ends.
-constexpr int kCompleted = 0;
-constexpr int kDidNotComplete = 1;
+/// How the process ends; with 0 only where the system ends it.
+constexpr int kCompleted = 75;
+constexpr int kDidNotComplete = 76;
 constexpr int kDied = 77;
 
 /// What makes a run of this program such a process: "--die OPERATION POINT".

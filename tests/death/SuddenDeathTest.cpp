@@ -58,12 +58,19 @@ class SuddenDeathTest : public ModeChangeTest {
     EcoLamp::Install(interposition, Host::DriverPath());
   }
 
-  /// A host that dies at a point, or at none.
-  [[nodiscard]] static ChildProcess::Result RunHost(const Operation& operation,
-                                                    unsigned long point) {
-    return ChildProcess::Run({.program = Files::ProgramPath(),
-                              .commandLine = std::wstring(L"host ") + MortalHost::kOption + L" " +
-                                             operation.name + L" " + std::to_wstring(point)});
+  /// A host that dies at a point, or at none, on a machine as it is before the operation. Wine now
+  /// and then ends a process at its start, without a word: then there is another one.
+  [[nodiscard]] ChildProcess::Result RunHost(const Operation& operation, unsigned long point) {
+    constexpr int kAttempts = 3;
+    ChildProcess::Result result{};
+    for (int attempt = 0; attempt < kAttempts && result.exitCode == 0; ++attempt) {
+      StartFrom(operation.before);
+      result =
+          ChildProcess::Run({.program = Files::ProgramPath(),
+                             .commandLine = std::wstring(L"host ") + MortalHost::kOption + L" " +
+                                            operation.name + L" " + std::to_wstring(point)});
+    }
+    return result;
   }
 
   static std::string RowStart(const Operation& operation, const std::string& done) {
@@ -171,7 +178,6 @@ class SuddenDeathTest : public ModeChangeTest {
 
 TEST_F(SuddenDeathTest, TheTableHasARowForEachThingThatIsDone) {
   for (const Operation& operation : kOperations) {
-    StartFrom(operation.before);
     const ChildProcess::Result result = RunHost(operation, 0);
     EXPECT_EQ(result.exitCode, static_cast<std::uint32_t>(MortalHost::kCompleted));
     std::vector<std::string> done = Lines(result.output);
@@ -191,7 +197,7 @@ class SuddenDeathAtTest
     : public SuddenDeathTest,
       public ::testing::WithParamInterface<std::tuple<Operation, unsigned long>> {
  protected:
-  static constexpr unsigned long kStride = 4;
+  static constexpr unsigned long kStride = 8;
 };
 
 TEST_P(SuddenDeathAtTest, LeavesWhatTheTableSays) {
@@ -200,7 +206,6 @@ TEST_P(SuddenDeathAtTest, LeavesWhatTheTableSays) {
   std::size_t deaths = 0;
   for (unsigned long point = first;; point += kStride) {
     SCOPED_TRACE(testing::Message() << operation.title << ", point " << point);
-    StartFrom(operation.before);
     const ChildProcess::Result result = RunHost(operation, point);
     if (result.exitCode == MortalHost::kCompleted) break;
     ASSERT_EQ(result.exitCode, static_cast<std::uint32_t>(MortalHost::kDied)) << result.output;
@@ -210,13 +215,13 @@ TEST_P(SuddenDeathAtTest, LeavesWhatTheTableSays) {
     EXPECT_THAT(rows, ::testing::Contains(RowStart(operation, done.empty() ? "" : done.back()) +
                                           FindAndSwitchOff(operation)));
   }
-  EXPECT_GE(deaths, 15U);
+  EXPECT_GE(deaths, 8U);
   std::printf("%s: the host died %zu times\n", operation.title, deaths);
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, SuddenDeathAtTest,
                          ::testing::Combine(::testing::ValuesIn(kOperations),
-                                            ::testing::Range(1UL, 5UL)),
+                                            ::testing::Range(1UL, 9UL)),
                          [](const auto& test) {
                            std::string name = std::get<0>(test.param).title;
                            std::erase(name, ' ');
