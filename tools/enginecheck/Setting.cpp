@@ -9,6 +9,8 @@ namespace {
 
 const std::wstring kArea = L"Setting";
 
+constexpr DWORD kOutlivingInMs = 1000;
+
 /// The library's own, and for every other request one that an engine has to be told.
 UINT MessageOfRequest(std::size_t index) {
   return index % 2 == 0 ? WM_CHANGEMODE_COMPLETIONNOTICE : WM_APP + 0x100;
@@ -201,7 +203,14 @@ void Setting::CheckClosing() {
   Check check(calls.GetJournal(), kArea, L"closed-meanwhile");
   const std::wstring path = engine.Path();
   const bool isGone = calls.Await(L"A request whose engine was closed and freed meanwhile", [&] {
-    return inbox.WaitUntil([&] { return !Engine::IsLoaded(path); }, calls.TimeoutInMs());
+    if (!inbox.WaitUntil([&] { return !Engine::IsLoaded(path); }, calls.TimeoutInMs()))
+      return false;
+    // A thread that outlived the DLL crashes when it has set the value, not at once. A completion,
+    // which may or may not be posted now, says that it has come through.
+    HWND window = request.window;
+    static_cast<void>(inbox.WaitUntil([&] { return !inbox.ArrivalsAt(window).empty(); },
+                                      request.isAccepted ? kOutlivingInMs : 0));
+    return true;
   });
   if (!isGone) {
     check.Fail(L"The DLL is still loaded " + std::to_wstring(calls.TimeoutInMs()) +
