@@ -203,8 +203,9 @@ void Setting::CheckClosing() {
   Check check(calls.GetJournal(), kArea, L"closed-meanwhile");
   const std::wstring path = engine.Path();
   const bool isGone = calls.Await(L"A request whose engine was closed and freed meanwhile", [&] {
-    if (!inbox.WaitUntil([&] { return !Engine::IsLoaded(path); }, calls.TimeoutInMs()))
+    if (!inbox.WaitUntil([&] { return !Engine::IsLoaded(path); }, calls.TimeoutInMs())) {
       return false;
+    }
     // A thread that outlived the DLL crashes when it has set the value, not at once. A completion,
     // which may or may not be posted now, says that it has come through.
     HWND window = request.window;
