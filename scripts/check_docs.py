@@ -10,8 +10,9 @@
           help
   text    anything: output, drawings
 
-Names each fault as "file:line: fault" and exits with 1 if there is any. Whether the files that
-documents link to exist is checked by check_hygiene.py.
+Names each fault as "file:line: fault" and exits with 1 if there is any. A document that the index,
+docs/README.md, does not list is a fault. Whether the files that documents link to exist is checked by
+check_hygiene.py.
 """
 
 import argparse
@@ -255,6 +256,15 @@ def check_document(project, path):
     return sorted(faults), len(blocks)
 
 
+def check_index(root):
+    """Names the documents that a reader of the index would not find."""
+    index = root / "docs/README.md"
+    text = index.read_text(encoding="utf-8")
+    for path in sorted(index.parent.glob("*.md")):
+        if path != index and f"]({path.name})" not in text:
+            yield f"docs/README.md:1: does not list {path.name}"
+
+
 def is_in_list(prose, number):
     """Whether the last line that is not indented begins an item of a list."""
     for at, line in reversed(prose):
@@ -296,6 +306,7 @@ def main(arguments):
         wrong, blocks = check_document(project, path)
         count += blocks
         faults += [f"{path.relative_to(root)}:{line}: {fault}" for line, fault in wrong]
+    faults += check_index(root)
     print("\n".join([*faults, f"{len(found)} documents, {count} blocks checked, {len(faults)} faults"]))
     return 1 if faults or not count else 0
 

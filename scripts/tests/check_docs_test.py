@@ -102,6 +102,14 @@ class CheckDocsTest(unittest.TestCase):
         self.expect_fault("sh", "cmake --preset relaese", "no such preset: relaese")
         self.expect_fault("sh", "git status && unknown", "no such program: unknown")
 
+    def test_index(self):
+        self.given("docs/page.md", "")
+        self.given("docs/README.md", "[page](page.md) [other](pages.md)")
+        self.assertEqual(list(check_docs.check_index(self.root)), [])
+        self.given("docs/pages.html.md", "")
+        self.assertEqual(list(check_docs.check_index(self.root)),
+                         ["docs/README.md:1: does not list pages.html.md"])
+
 
 if __name__ == "__main__":
     unittest.main()

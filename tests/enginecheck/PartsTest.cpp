@@ -104,7 +104,7 @@ TEST(EnginecheckReportTest, WrapsLinesAndNamesEachAreaOnce) {
                                       L"\n           yes\n           Do something about it.");
   report.Add({Severity::kOk, L"Names", L"lengths", L"All right.", L""});
   EXPECT_EQ(report.LastFinding(), L"  OK       All right.");
-  EXPECT_EQ(report.Summary(), L"\nResult: passed, 0 failures, 1 warning, 2 findings in all.");
+  EXPECT_EQ(report.Summary(), L"\nResult: passed, 0 failures, 1 warning, 2 results in all.");
   EXPECT_EQ(report.ExitCode(), kExitPassed);
 }
 

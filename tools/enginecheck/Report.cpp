@@ -69,7 +69,7 @@ std::wstring Report::Summary() const {
   return L"\nResult: " + std::wstring(Result()) + L", " +
          Plural(Count(Severity::kFailure), L"failure") + L", " +
          Plural(Count(Severity::kWarning), L"warning") + L", " + std::to_wstring(findings.size()) +
-         L" findings in all.";
+         L" results in all.";
 }
 
 std::wstring Report::Json() const {
