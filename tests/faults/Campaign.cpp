@@ -10,6 +10,8 @@
 
 #include "faults/Operation.h"
 #include "support/Files.h"
+#include "support/ImportedFunctions.h"
+#include "support/PeImage.h"
 
 namespace {
 
@@ -24,15 +26,28 @@ class ExclusiveLock {
   SRWLOCK& lock;
 };
 
+std::filesystem::path LibraryPath() {
+  return Files::ProgramPath().parent_path() / L"ModeChange.dll";
+}
+
 /// Of the programs that a campaign is about: cases that another build passed say nothing.
 std::string DescribeBuild() {
   std::ostringstream text;
-  for (const auto& program :
-       {Files::ProgramPath(), Files::ProgramPath().parent_path() / L"ModeChange.dll"}) {
+  for (const auto& program : {Files::ProgramPath(), LibraryPath()}) {
     text << std::filesystem::file_size(program) << ' '
          << std::filesystem::last_write_time(program).time_since_epoch().count() << ' ';
   }
   return text.str();
+}
+
+/// What the library imports and what can fail, but for the runtime's own calls.
+std::set<std::string> FallibleImports() {
+  std::set<std::string> functions;
+  for (const PeImage::Import& import : PeImage(LibraryPath()).Imports()) {
+    const ImportedFunction* known = FindImportedFunction(import.function);
+    if (known != nullptr && known->failingResult.has_value()) functions.insert(import.function);
+  }
+  return functions;
 }
 
 // An operation that needs this many calls is not the one that was meant to be counted.
@@ -279,11 +294,16 @@ std::string Campaign::Summary() const {
     sum.injections += total.injections;
     sum.functions.insert(total.functions.begin(), total.functions.end());
   }
+  const std::set<std::string> fallible = FallibleImports();
+  text << "\nnever failed:";
+  for (const std::string& function : fallible) {
+    if (!sum.functions.contains(function)) text << ' ' << function;
+  }
   text << "\nfaults: " << totals.size() << " operations, " << sum.calls << " fallible calls, "
        << sum.cases << " cases";
   if (leftOut > 0) text << " of " << sum.cases + leftOut;
-  text << ", " << sum.injections << " injections into " << sum.functions.size() << " functions, "
-       << failedCases.size() << " failures; " << (::GetTickCount64() - started) / 1000
-       << " s, seed " << options.seed << '\n';
+  text << ", " << sum.injections << " injections into " << sum.functions.size() << " of "
+       << fallible.size() << " functions, " << failedCases.size() << " failures; "
+       << (::GetTickCount64() - started) / 1000 << " s, seed " << options.seed << '\n';
   return text.str();
 }

@@ -30,6 +30,10 @@ bool IsTracing(const std::string& function) {
   return std::find(functions.begin(), functions.end(), function) != functions.end();
 }
 
+bool IsReadingOfText(const std::string& function) {
+  return function == "GetPrivateProfileSectionW" || function == "GetPrivateProfileStringW";
+}
+
 /// These fail as if the file, the section or the key were not there, which is no failure: what is
 /// absent has a default. The operation then did something else, as documented.
 bool LooksLikeAbsence(const Interposition::Forced& forced) {
@@ -38,9 +42,9 @@ bool LooksLikeAbsence(const Interposition::Forced& forced) {
          forced.all.contains("GetPrivateProfileStringW");
 }
 
-std::set<std::pair<std::wstring, std::uint32_t>> ReadTracePoints() {
+TracePoints ReadTracePoints() {
   std::ifstream table(TRACE_POINTS);
-  std::set<std::pair<std::wstring, std::uint32_t>> points;
+  TracePoints points;
   std::string line;
   for (std::getline(table, line); std::getline(table, line);) {
     std::istringstream columns(line);
@@ -52,6 +56,28 @@ std::set<std::pair<std::wstring, std::uint32_t>> ReadTracePoints() {
   }
   if (points.empty()) throw std::runtime_error("no trace points in " TRACE_POINTS);
   return points;
+}
+
+OwnPoints ReadOwnPoints() {
+  std::ifstream table(OWN_POINTS);
+  OwnPoints own;
+  std::string line;
+  for (std::getline(table, line); std::getline(table, line);) {
+    std::istringstream columns(line);
+    std::string function;
+    std::string traced;
+    std::string point;
+    std::uint32_t number = 0;
+    std::getline(columns, function, '\t');
+    std::getline(columns, traced, '\t');
+    std::getline(columns, point, '\t');
+    columns >> number;
+    OwnPoint& row = own[function];
+    row.isAlwaysTraced = traced == "always";
+    row.points.emplace(Text::FromUtf8(point), number);
+  }
+  if (own.empty()) throw std::runtime_error("no points in " OWN_POINTS);
+  return own;
 }
 
 std::string Value(const MachineState& state, const std::string& name) {
@@ -87,7 +113,8 @@ Worker::Worker()
       memory(interposition),
       machine(interposition, memory, library.Module()),
       operations(AllOperations()),
-      tracePoints(ReadTracePoints()) {
+      tracePoints(ReadTracePoints()),
+      ownPoints(ReadOwnPoints()) {
   interposition.SetRecording(false);
   watchdog.SetPatience(kPatienceBetweenCasesInSeconds);
   traces.LeaveOutOfCoverage();
@@ -127,7 +154,8 @@ CaseResult Worker::RunCase(const FaultCase& faultCase) {
   const std::uint64_t calls = interposition.FallibleCallCount();
 
   CheckOutcome(*operation, baseline, outcome, forced, faultCase.onwards);
-  CheckTraces(*operation, outcome, forced, faultCase.onwards);
+  CheckTraces(*operation, outcome, forced);
+  CheckOwnPoint(baseline, outcome, forced, faultCase.onwards);
   CheckState(*operation, baseline, machine.ReadState());
   TakeProblems();
   if (forced.count > 0) CheckAgain(*operation, baseline, forced);
@@ -149,7 +177,9 @@ const Worker::Baseline& Worker::BaselineOf(const Operation& operation) {
     operation.prepare(machine);
     baseline.before = machine.ReadState();
     interposition.ClearCalls();
-    baseline.outcome = Act(operation).text;
+    const Outcome outcome = Act(operation);
+    baseline.outcome = outcome.text;
+    baseline.traces = outcome.traces;
     baseline.calls = interposition.FallibleCallCount();
     baseline.after = machine.ReadState();
     Finish();
@@ -189,7 +219,7 @@ void Worker::CheckOutcome(const Operation& operation, const Baseline& baseline,
 }
 
 void Worker::CheckTraces(const Operation& operation, const Outcome& outcome,
-                         const Interposition::Forced& forced, bool onwards) {
+                         const Interposition::Forced& forced) {
   for (const Trace& trace : outcome.traces) {
     if (!tracePoints.contains({trace.function, trace.line})) {
       std::ostringstream stream;
@@ -212,7 +242,32 @@ void Worker::CheckTraces(const Operation& operation, const Outcome& outcome,
   if (isFailure && !isTraced) {
     Report("a failure that " + operation.tracedBy + " did not trace" + Describe(outcome.traces));
   }
-  static_cast<void>(onwards);
+}
+
+/// Up to the one call that fails everything is as without it, so the first trace that differs is
+/// the one of the function whose call it was. Memory has no such point: it may run out anywhere.
+/// Nor has a text that can't be read, which is an absent one.
+void Worker::CheckOwnPoint(const Baseline& baseline, const Outcome& outcome,
+                           const Interposition::Forced& forced, bool onwards) {
+  if (onwards || forced.count == 0 || IsTracing(forced.first) || IsMemory(forced.first) ||
+      IsReadingOfText(forced.first)) {
+    return;
+  }
+  const auto [usual, first] = std::mismatch(baseline.traces.begin(), baseline.traces.end(),
+                                            outcome.traces.begin(), outcome.traces.end());
+  const auto own = ownPoints.find(forced.first);
+  if (first == outcome.traces.end()) {
+    if (own != ownPoints.end() && own->second.isAlwaysTraced) {
+      Report(forced.first + " failed, and nothing was traced");
+    }
+    return;
+  }
+  if (own == ownPoints.end() || !own->second.points.contains({first->function, first->line})) {
+    std::ostringstream stream;
+    stream << forced.first
+           << " failed, and was traced first at a point not listed for it: " << *first;
+    Report(stream.str());
+  }
 }
 
 void Worker::CheckState(const Operation& operation, const Baseline& baseline,

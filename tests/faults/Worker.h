@@ -27,6 +27,15 @@ struct CaseResult {
   std::vector<std::string> problems = {};
 };
 
+using TracePoints = std::set<std::pair<std::wstring, std::uint32_t>>;
+
+/// Where the failure of one of Windows' functions is told of first.
+struct OwnPoint {
+  bool isAlwaysTraced = false;  // also where the operation succeeds all the same
+  TracePoints points;
+};
+using OwnPoints = std::map<std::string, OwnPoint>;
+
 /// Runs cases, one after the other, on a machine of its own in this process.
 class Worker {
  public:
@@ -41,6 +50,7 @@ class Worker {
   /// What an operation does when nothing fails.
   struct Baseline {
     std::string outcome;
+    Traces traces;
     std::uint64_t calls = 0;  // fallible ones
     MachineState before;
     MachineState after;
@@ -57,7 +67,9 @@ class Worker {
   void CheckOutcome(const Operation& operation, const Baseline& baseline, const Outcome& outcome,
                     const Interposition::Forced& forced, bool onwards);
   void CheckTraces(const Operation& operation, const Outcome& outcome,
-                   const Interposition::Forced& forced, bool onwards);
+                   const Interposition::Forced& forced);
+  void CheckOwnPoint(const Baseline& baseline, const Outcome& outcome,
+                     const Interposition::Forced& forced, bool onwards);
   void CheckState(const Operation& operation, const Baseline& baseline, const MachineState& after);
   void CheckAgain(const Operation& operation, const Baseline& baseline,
                   const Interposition::Forced& forced);
@@ -75,6 +87,7 @@ class Worker {
   Machine machine;
   std::vector<Operation> operations;
   std::map<std::string, Baseline> baselines;
-  std::set<std::pair<std::wstring, std::uint32_t>> tracePoints;
+  TracePoints tracePoints;
+  OwnPoints ownPoints;
   std::vector<std::string> problems = {};
 };
