@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <vector>
 
 #include "support/Files.h"
@@ -21,8 +22,11 @@ class DllTest : public ModeChangeTest {
 };
 
 TEST(DllLifeTest, LoadsAndUnloads) {
-  const wchar_t* name = L"ModeChange.dll";
-  const std::wstring path = (Files::ProgramPath().parent_path() / name).wstring();
+  // A copy: other tests of this process may have pinned the library.
+  const wchar_t* name = L"ModeChangeThatGoes.dll";
+  const std::filesystem::path folder = Files::ProgramPath().parent_path();
+  const std::filesystem::path path = folder / name;
+  std::filesystem::copy_file(folder / L"ModeChange.dll", path);
   for (int i = 0; i < 3; ++i) {
     ASSERT_EQ(nullptr, ::GetModuleHandleW(name));
     HMODULE module = ::LoadLibraryW(path.c_str());
@@ -31,6 +35,7 @@ TEST(DllLifeTest, LoadsAndUnloads) {
     EXPECT_TRUE(::FreeLibrary(module));
   }
   EXPECT_EQ(nullptr, ::GetModuleHandleW(name));
+  EXPECT_TRUE(std::filesystem::remove(path));
 }
 
 TEST_F(DllTest, DoesNothingWhenThreadsComeAndGo) {

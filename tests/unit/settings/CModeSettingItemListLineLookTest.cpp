@@ -133,7 +133,7 @@ TEST_F(CModeSettingItemListLineColorTest, LeavesPaintingToWindowsWithoutABrush) 
 
 // --- The keyboard --------------------------------------------------------------------------------
 
-class CModeSettingItemListLineKeyboardTest : public CModeSettingItemListLineTest {
+class CModeSettingItemListLineKeyboardFocusTest : public CModeSettingItemListLineTest {
  protected:
   /// A line that is on the screen, in a list that has the keyboard.
   void MakeVisible(INT32 count, int saved) {
@@ -170,7 +170,7 @@ class CModeSettingItemListLineKeyboardTest : public CModeSettingItemListLineTest
   }
 };
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesTheControlsInUse) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TabReachesTheControlsInUse) {
   MakeVisible(2, 0);
   EXPECT_THAT(TabStops(), ElementsAre(IDC_SETTING_ITEM, IDC_FIRST_VALUE));
   MakeVisible(3, 0);
@@ -183,7 +183,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesTheControlsInUse) {
   }
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesARadioPairWithoutAChoice) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TabReachesARadioPairWithoutAChoice) {
   MakeVisible(2, -1);
   Click(IDC_SETTING_ITEM);
   EXPECT_EQ(Checked(), "1016");
@@ -195,7 +195,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesARadioPairWithoutAChoice)
   EXPECT_THAT(list.Take(), Each("changed"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesARadioPairOfOtherValuesThan0And1) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TabReachesARadioPairOfOtherValuesThan0And1) {
   OfferValues({2, 7}, 8);
   SetSaved(L"Eco", 2);
   MakeAndSelect();
@@ -205,7 +205,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesARadioPairOfOtherValuesTh
   EXPECT_THAT(list.Take(), ElementsAre("changed"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesTheRadioButtonThatIsChosen) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TabReachesTheRadioButtonThatIsChosen) {
   MakeVisible(2, 1);
   EXPECT_THAT(TabStops(), ElementsAre(IDC_SETTING_ITEM, IDC_SECOND_VALUE));
   SetSaved(L"Eco", 0);
@@ -218,7 +218,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, TabReachesTheRadioButtonThatIsChose
   EXPECT_THAT(TabStops(), ElementsAre(IDC_SETTING_ITEM, IDC_SECOND_VALUE));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, ALockedLineHasNoTabStop) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, ALockedLineHasNoTabStop) {
   MakeVisible(2, 0);
   EXPECT_TRUE(Line().LockThisSettingItem(true, 1, L"Fan"));
   const auto other = MakeOther(L"Fan");
@@ -227,7 +227,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, ALockedLineHasNoTabStop) {
   EXPECT_EQ(::GetParent(::GetNextDlgTabItem(list.Window(), nullptr, FALSE)), other->Window());
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, ArrowKeysStayInTheRadioPair) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, ArrowKeysStayInTheRadioPair) {
   MakeVisible(2, 0);
   SetFocusTo(IDC_FIRST_VALUE);
   Press(VK_DOWN);
@@ -244,7 +244,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, ArrowKeysStayInTheRadioPair) {
   EXPECT_THAT(said, Each("changed"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, ArrowKeysMoveTheSlider) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, ArrowKeysMoveTheSlider) {
   MakeVisible(4, 1);
   SetFocusTo(IDC_VALUE_SLIDER);
   Press(VK_RIGHT);
@@ -255,7 +255,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, ArrowKeysMoveTheSlider) {
   EXPECT_THAT(list.Take(), Each("changed"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, SliderAndRadioPairAreGroupsOfTheirOwn) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, SliderAndRadioPairAreGroupsOfTheirOwn) {
   for (const int control : {IDC_FIRST_VALUE, IDC_VALUE_SLIDER}) {
     Make();
     EXPECT_NE(::GetWindowLongPtrW(Control(control), GWL_STYLE) & WS_GROUP, 0) << control;
@@ -263,7 +263,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, SliderAndRadioPairAreGroupsOfTheirO
   EXPECT_EQ(::GetWindowLongPtrW(Control(IDC_SECOND_VALUE), GWL_STYLE) & WS_GROUP, 0);
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TheSpaceBarTicksAndKeepsTheFocus) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TheSpaceBarTicksAndKeepsTheFocus) {
   MakeVisible(3, 1);
   SetFocusTo(IDC_SETTING_ITEM);
   ::SendMessageW(::GetFocus(), WM_KEYDOWN, VK_SPACE, 0);
@@ -275,7 +275,8 @@ TEST_F(CModeSettingItemListLineKeyboardTest, TheSpaceBarTicksAndKeepsTheFocus) {
 
 // --- The focus when its control goes away --------------------------------------------------------
 
-TEST_F(CModeSettingItemListLineKeyboardTest, AControlThatIsDisabledHandsTheFocusToTheCheckBox) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest,
+       AControlThatIsDisabledHandsTheFocusToTheCheckBox) {
   const struct {
     INT32 count;
     int control;
@@ -292,7 +293,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, AControlThatIsDisabledHandsTheFocus
   }
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, ALineThatIsLockedHandsTheFocusToTheNextLine) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, ALineThatIsLockedHandsTheFocusToTheNextLine) {
   const struct {
     INT32 count;
     int control;
@@ -312,7 +313,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, ALineThatIsLockedHandsTheFocusToThe
   }
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, ALineThatLocksItselfHandsTheFocusOn) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, ALineThatLocksItselfHandsTheFocusOn) {
   SetLockRule(1, {{L"Lamp", 1}});
   MakeVisible(2, 0);
   const auto other = MakeOther(L"Fan");
@@ -328,7 +329,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, ALineThatLocksItselfHandsTheFocusOn
   EXPECT_THAT(list.Take(), Contains("Lamp locks Lamp=1"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, LocksAlsoWhereNobodyElseCanTakeTheFocus) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, LocksAlsoWhereNobodyElseCanTakeTheFocus) {
   MakeVisible(4, 0);
   SetFocusTo(IDC_VALUE_SLIDER);
   EXPECT_TRUE(Line().LockThisSettingItem(true, 1, L"Fan"));
@@ -336,7 +337,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, LocksAlsoWhereNobodyElseCanTakeTheF
   EXPECT_EQ(Current(), 1U);
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, AFocusElsewhereStaysThere) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, AFocusElsewhereStaysThere) {
   MakeVisible(2, 0);
   const auto other = MakeOther(L"Fan");
   ::ShowWindow(other->Window(), SW_SHOW);
@@ -353,7 +354,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, AFocusElsewhereStaysThere) {
   EXPECT_THAT(list.Take(), ElementsAre("changed"));
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, AControlThatStaysKeepsTheFocus) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, AControlThatStaysKeepsTheFocus) {
   for (const int control : {IDC_SETTING_ITEM, IDC_VALUE_COMBO}) {
     MakeVisible(3, 0);
     SetFocusTo(control);
@@ -364,7 +365,7 @@ TEST_F(CModeSettingItemListLineKeyboardTest, AControlThatStaysKeepsTheFocus) {
   }
 }
 
-TEST_F(CModeSettingItemListLineKeyboardTest, TakesNoFocusWhenItComesUp) {
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, TakesNoFocusWhenItComesUp) {
   MakeVisible(2, 0);
   SetFocusTo(IDC_SETTING_ITEM);
   const auto other = MakeOther(L"Fan");
