@@ -4,7 +4,9 @@
 
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <regex>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -74,6 +76,7 @@ struct FaultGroup {
 // What the program returns.
 constexpr unsigned kPassed = 0;
 constexpr unsigned kFailed = 1;
+constexpr unsigned kStopped = 2;
 constexpr unsigned kWrongUsage = 64;
 
 constexpr const wchar_t* kAsk = L"--repeat 3";
@@ -299,6 +302,67 @@ TEST(EnginecheckTest, SaysWhenTheFirstValueDoesNotComeBack) {
               HasSubstr("FAILURE The device could not be set back to value 1: the engine did not "
                         "live so long. Set it by hand: it was at this value before the check."));
   EXPECT_NE(device.Value(), 1);
+}
+
+/// A console of its own for this process and the programs that it starts, on which keys can be
+/// pressed. The test itself does not end with Ctrl+C.
+class Console {
+ public:
+  Console() {
+    // Where there is no terminal Wine takes a process for one that has a console already.
+    ::FreeConsole();
+    if (::AllocConsole() == FALSE) throw std::runtime_error("no console");
+    UseStandardHandles();
+    ::SetConsoleCtrlHandler(Ignore, TRUE);
+  }
+  ~Console() {
+    ::SetConsoleCtrlHandler(Ignore, FALSE);
+    ::FreeConsole();
+    UseStandardHandles();
+  }
+  Console(const Console&) = delete;
+  Console& operator=(const Console&) = delete;
+
+ private:
+  static BOOL WINAPI Ignore(DWORD /*control*/) { return TRUE; }
+  /// The console has put its own in their place.
+  void UseStandardHandles() const {
+    for (const auto& [id, handle] : standardHandles) ::SetStdHandle(id, handle);
+  }
+
+  std::map<DWORD, HANDLE> standardHandles = {{STD_INPUT_HANDLE, ::GetStdHandle(STD_INPUT_HANDLE)},
+                                             {STD_OUTPUT_HANDLE, ::GetStdHandle(STD_OUTPUT_HANDLE)},
+                                             {STD_ERROR_HANDLE, ::GetStdHandle(STD_ERROR_HANDLE)}};
+};
+
+TEST(EnginecheckTest, BringsTheFirstValueBackAfterCtrlC) {
+  const Device device(1);
+  const Console console;
+  // As soon as the engine is at work, which would never report that it is done.
+  const HANDLE user = ::CreateThread(
+      nullptr, 0,
+      [](void* parameter) -> DWORD {
+        constexpr int kTries = 600;
+        for (int i = 0; i < kTries && static_cast<const Device*>(parameter)->Value() == 1; ++i) {
+          ::Sleep(100);
+        }
+        return ::GenerateConsoleCtrlEvent(CTRL_C_EVENT, 0) != FALSE ? 0 : ::GetLastError();
+      },
+      const_cast<Device*>(&device), 0, nullptr);
+  ASSERT_NE(user, nullptr);
+  const ULONGLONG begun = ::GetTickCount64();
+  const ChildProcess::Result result =
+      Check(FaultyEngine(), L"--repeat 3 --set --timeout 3600000", L"never");
+  EXPECT_LT(::GetTickCount64() - begun, 100'000U);
+  EXPECT_EQ(result.exitCode, kStopped) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("Result: stopped"));
+  EXPECT_EQ(device.Value(), 1);
+
+  DWORD error = 0;
+  EXPECT_EQ(::WaitForSingleObject(user, INFINITE), WAIT_OBJECT_0);
+  EXPECT_NE(::GetExitCodeThread(user, &error), FALSE);
+  EXPECT_EQ(error, 0U);
+  ::CloseHandle(user);
 }
 
 TEST(EnginecheckTest, NamesEachMissingFunction) {

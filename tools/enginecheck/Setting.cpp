@@ -303,9 +303,11 @@ bool RestoreDevice(const std::wstring& enginePath, INT32 value, CallLog& calls) 
                             WM_CHANGEMODE_COMPLETIONNOTICE) == FALSE) {
       return false;
     }
+    // An engine that forgets its completions is not to make the user wait for one.
     calls.Await(L"The first value to come back", [&] {
-      return inbox.WaitUntil([&] { return !inbox.ArrivalsAt(window).empty(); },
-                             calls.TimeoutInMs());
+      return inbox.WaitUntil(
+          [&] { return !inbox.ArrivalsAt(window).empty() || (hasValue() && !IsBusy(engine)); },
+          calls.TimeoutInMs());
     });
     return hasValue();
   };
