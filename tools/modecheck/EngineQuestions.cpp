@@ -111,8 +111,8 @@ EngineAnswers AskEngine(const std::filesystem::path& engine) {
     return {.problem = EngineAnswers::Problem::kNotLoaded,
             .details = DescribeError(error) +
                        (error == ERROR_MOD_NOT_FOUND
-                            ? L". A DLL that it needs is not beside it."
-                            : L". Build it as a 64-bit DLL, with what it needs beside it.")};
+                            ? L". A DLL that it needs is missing, and is not looked for beside it."
+                            : L". Build it as a DLL for x64 that needs none but Windows' own.")};
   }
   const std::wstring missing = FindMissingExports(module.Get());
   if (!missing.empty()) {
