@@ -144,7 +144,8 @@ TEST_F(EngineProcessTest, TellsOfAFileThatIsNoEngine) {
   std::ofstream(file) << "no engine";
   const EngineAnswers answers = Ask(L"text.dll");
   EXPECT_EQ(answers.problem, EngineAnswers::Problem::kNotLoaded);
-  EXPECT_THAT(Text::ToUtf8(answers.details), HasSubstr("Build it as a 64-bit DLL"));
+  EXPECT_THAT(Text::ToUtf8(answers.details),
+              HasSubstr("Build it as a DLL for x64 that needs none but Windows' own."));
   fs::remove(file);
 }
 
