@@ -324,12 +324,6 @@ bool CModeSettingsArea::ShowAnnouncementSetting() const {
   return true;
 }
 
-bool CModeSettingsArea::IsAutoONOFFVisible() const noexcept {
-  // Its own state: the dialog may not be visible yet.
-  const HWND control = ::GetDlgItem(Window(), IDC_AUTO_ON_OFF);
-  return (::GetWindowLongW(control, GWL_STYLE) & WS_VISIBLE) != 0;
-}
-
 void CModeSettingsArea::Check(int control, bool checked) const noexcept {
   ::SendDlgItemMessageW(Window(), control, BM_SETCHECK, checked ? BST_CHECKED : BST_UNCHECKED, 0);
 }
@@ -394,11 +388,12 @@ bool CModeSettingsArea::AdjustControlForSelectedMode() {
   if (!CModeChangeConfig().GetModeType(mode, &type)) {
     return trace.Write(L"CModeSettingsArea::AdjustControlForSelectedMode", 812, OrEmpty(mode));
   }
-  const bool isCradle = type == CModeChangeConfig::kCradleMode;
+  // Kept, not asked of the control: a choice must not be lost because Windows does not answer.
+  isAutoONOFFShown = type == CModeChangeConfig::kCradleMode;
   const HWND autoONOFF = ::GetDlgItem(Window(), IDC_AUTO_ON_OFF);
-  ::EnableWindow(autoONOFF, isCradle ? TRUE : FALSE);
-  ::ShowWindow(autoONOFF, isCradle ? SW_SHOW : SW_HIDE);
-  if (isCradle) {
+  ::EnableWindow(autoONOFF, isAutoONOFFShown ? TRUE : FALSE);
+  ::ShowWindow(autoONOFF, isAutoONOFFShown ? SW_SHOW : SW_HIDE);
+  if (isAutoONOFFShown) {
     bool on = false;
     if (!CModeChangeSettings().GetAutoONOFFSetting(mode, &on)) {
       return trace.Write(L"CModeSettingsArea::AdjustControlForSelectedMode", 828, mode);
@@ -422,7 +417,7 @@ bool CModeSettingsArea::IsSelectedModeSettingsChanged(bool* changed) {
   if (changed == nullptr) {
     return trace.Write(L"CModeSettingsArea::IsSelectedModeSettingsChanged", 905);
   }
-  if (IsAutoONOFFVisible()) {
+  if (isAutoONOFFShown) {
     bool savedOn = false;
     if (!CModeChangeSettings().GetAutoONOFFSetting(SelectedModeName(), &savedOn)) {
       return trace.Write(L"CModeSettingsArea::IsSelectedModeSettingsChanged", 916);
@@ -464,7 +459,7 @@ std::int32_t CModeSettingsArea::SaveSettings() {
     return kSavingFailed;
   }
   const CWideString modeName = SelectedModeName();
-  const Choices choices{IsChecked(IDC_SHOW_ANNOUNCEMENT), IsAutoONOFFVisible(),
+  const Choices choices{IsChecked(IDC_SHOW_ANNOUNCEMENT), isAutoONOFFShown,
                         IsChecked(IDC_AUTO_ON_OFF)};
   const bool isOn = status == kOn;
   if (isOn && !SwitchModeOff(modeName)) return kUpdatingFailed;

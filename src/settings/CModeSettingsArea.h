@@ -68,7 +68,6 @@ class CModeSettingsArea final : public CDialogBase {
   /// So that the keyboard comes to it after the list, as the eye does.
   void PutAnnouncementAfterList() const;
   [[nodiscard]] bool ShowAnnouncementSetting() const;
-  [[nodiscard]] bool IsAutoONOFFVisible() const noexcept;
   void Check(int control, bool checked) const noexcept;
   [[nodiscard]] bool IsChecked(int control) const noexcept;
   LRESULT SendToCombo(UINT message, WPARAM wParam = 0, LPARAM lParam = 0) const noexcept;
@@ -105,6 +104,7 @@ class CModeSettingsArea final : public CDialogBase {
   bool forwardsWheel = false;
   std::vector<CWideString> modes;  // key names, in the order of the configuration
   int selectedIndex = -1;
+  bool isAutoONOFFShown = false;
   CModeSettingItemList list;
   CWideString startModeName;
   TraceLog trace;

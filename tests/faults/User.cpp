@@ -40,8 +40,12 @@ HWND FindInRow(HWND dialog, std::size_t row, int id) {
   return row < items.size() ? ::GetDlgItem(::GetParent(items[row]), id) : nullptr;
 }
 
+/// What is hidden or greyed can't be pressed. Windows would do as if it had been, and with a greyed
+/// radio button never be done.
 void Click(HWND button) {
-  if (button != nullptr) ::PostMessageW(button, BM_CLICK, 0, 0);
+  const bool canBePressed =
+      ::IsWindowEnabled(button) != FALSE && (::GetWindowLongW(button, GWL_STYLE) & WS_VISIBLE) != 0;
+  if (canBePressed) ::PostMessageW(button, BM_CLICK, 0, 0);
 }
 
 void TellParent(HWND combo, WORD notification) {

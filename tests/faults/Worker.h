@@ -71,7 +71,7 @@ class Worker {
   void CheckOwnPoint(const Baseline& baseline, const Outcome& outcome,
                      const Interposition::Forced& forced, bool onwards);
   void CheckState(const Operation& operation, const Baseline& baseline, const MachineState& after);
-  void CheckAgain(const Operation& operation, const Baseline& baseline,
+  void CheckAgain(const Operation& operation, const Baseline& baseline, const MachineState& left,
                   const Interposition::Forced& forced);
   void CheckBalance(std::uint64_t then);
 

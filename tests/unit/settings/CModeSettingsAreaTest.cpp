@@ -783,6 +783,15 @@ TEST_F(CModeSettingsAreaTest, SavesTheSwitchOfTheCradleModeOnly) {
   EXPECT_EQ(Saved(L"Eco", L"AutoONOFF"), L"0");
 }
 
+TEST_F(CModeSettingsAreaTest, SavesTheSwitchAlsoWhereWindowsDoesNotFindIt) {
+  Open(L"Dock");
+  Click(Area(), IDC_AUTO_ON_OFF);
+  interposition.Fail("GetDlgItem", {.onwards = true});
+  EXPECT_EQ(area->SaveSettings(), 1);
+  interposition.StopFailing();
+  EXPECT_EQ(Saved(L"Dock", L"AutoONOFF"), L"1");
+}
+
 TEST_F(CModeSettingsAreaTest, TellsTheUserWhichItemsHaveNoValue) {
   Open();
   Click(Line(L"Lamp"), IDC_SETTING_ITEM);
