@@ -73,8 +73,10 @@ int Campaign::Run() {
   const std::string summary = Summary();
   std::fputs(summary.c_str(), stdout);
   if (!options.report.empty()) std::ofstream(options.report, std::ios::binary) << summary;
-  if (progress.is_open() && leftOut == 0) {
+  if (progress.is_open() && leftOut == 0 && failedCases.empty()) {
     progress.close();
+    // The processes that ran the cases hold the file as well.
+    workers.clear();
     std::filesystem::remove(options.progress);
   }
   return failedCases.empty() ? 0 : 1;
