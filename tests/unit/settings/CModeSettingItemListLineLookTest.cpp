@@ -313,6 +313,14 @@ TEST_F(CModeSettingItemListLineKeyboardFocusTest, ALineThatIsLockedHandsTheFocus
   }
 }
 
+TEST_F(CModeSettingItemListLineKeyboardFocusTest, LocksAlsoWhereWindowsNamesNobodyForTheFocus) {
+  MakeVisible(2, 0);
+  SetFocusTo(IDC_FIRST_VALUE);
+  interposition.Fail("GetNextDlgTabItem", {.onwards = true});
+  EXPECT_TRUE(Line().LockThisSettingItem(true, 1, L"Fan"));
+  EXPECT_EQ(Shown(), "1031 1032");
+}
+
 TEST_F(CModeSettingItemListLineKeyboardFocusTest, ALineThatLocksItselfHandsTheFocusOn) {
   SetLockRule(1, {{L"Lamp", 1}});
   MakeVisible(2, 0);

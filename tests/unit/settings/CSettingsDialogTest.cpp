@@ -13,7 +13,9 @@
 
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::Field;
 using ::testing::IsEmpty;
 using ::testing::SizeIs;
 
@@ -268,6 +270,13 @@ TEST_F(CSettingsDialogTest, ItEndsWhereWindowsDoesNotEndIt) {
   interposition.Fail("EndDialog", {.onwards = true});
   EXPECT_EQ(RunAnd([] { Press(IDC_CANCEL_BUTTON); }), 10);
   EXPECT_NE(::IsWindowEnabled(hostWindow), FALSE);
+}
+
+TEST_F(CSettingsDialogTest, ItEndsWhereWindowsNeitherEndsItNorNamesItsOwner) {
+  interposition.Fail("EndDialog", {.onwards = true});
+  interposition.Fail("GetWindow", {.onwards = true});
+  EXPECT_EQ(RunAnd([] { Press(IDC_CANCEL_BUTTON); }), 10);
+  EXPECT_EQ(Frame(), nullptr);
 }
 
 TEST_F(CSettingsDialogTest, EnterAndEscDoNothing) {
@@ -815,6 +824,22 @@ TEST_F(CSettingsDialogTest, ClassNamesCompareInAnyCase) {
       EXPECT_EQ(interposition.Count("SendMessageW"), 0U);
       ExpectTraces({InFrame(L"OnMouseWheel", 273, name)});
     }
+    Press(IDC_CANCEL_BUTTON);
+  });
+  Run();
+}
+
+TEST_F(CSettingsDialogTest, TheWheelGoesToTheAreaWhereTheFocusHasNoClassName) {
+  ThenWithKeyboard([this] {
+    ::SetFocus(Control(IDC_OK_BUTTON));
+    interposition.Fail("GetClassNameW", {});
+    interposition.ClearCalls();
+    EXPECT_EQ(Wheel(-120), 0);
+    EXPECT_THAT(
+        interposition.CallsOf("SendMessageW"),
+        Contains(Field(&Call::arguments, ElementsAre(reinterpret_cast<std::uint64_t>(Area()),
+                                                     WM_MOUSEWHEEL, ::testing::_, ::testing::_))));
+    ExpectTraces({InFrame(L"OnMouseWheel", 273, L"")});
     Press(IDC_CANCEL_BUTTON);
   });
   Run();
