@@ -105,6 +105,19 @@ TEST_F(RequestTest, AHostIsToldThatNobodyTookItsRequest) {
   EXPECT_TRUE(log.empty());
 }
 
+TEST_F(RequestTest, AHandleThatIsDeletedMeanwhileReportsNoMore) {
+  OpenOn(kEco);
+  interposition.Replace("SendMessageW", [this](HWND, UINT, WPARAM, LPARAM) -> LRESULT {
+    EXPECT_TRUE(deleteHandle(handle));
+    handle = nullptr;
+    return FALSE;
+  });
+  EXPECT_TRUE(Request(1));
+  PumpAll();
+  EXPECT_TRUE(results.empty());
+  EXPECT_TRUE(traces.Take().empty());
+}
+
 TEST_F(RequestTest, AnUnknownIdentifierSucceedsAndChangesNothing) {
   OpenOn(kEco);
   EXPECT_TRUE(request(handle, 1, 5, 1, hostWindow, kNotify));

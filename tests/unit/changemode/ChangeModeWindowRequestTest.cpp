@@ -280,6 +280,20 @@ TEST_F(ChangeModeWindowRequestTest, FromAnotherProgramIsRefusedWhenItNamesNoMode
   }
 }
 
+TEST_F(ChangeModeWindowRequestTest, FromAnotherProgramIsRefusedWhenTheModesCannotBeRead) {
+  interposition.Replace("InSendMessageEx", [](void*) { return DWORD{ISMEX_SEND}; });
+  interposition.Fail("GetFileAttributesW", {});
+  ChangeModeRequest request = GoodRequest();
+  const COPYDATASTRUCT copyData{ChangeModeRequest::kCopyDataId, sizeof(request), &request};
+  EXPECT_EQ(Send(&copyData), TRUE);
+  const Traces told = traces.Take();
+  ASSERT_EQ(told.size(), 3U);
+  EXPECT_EQ(told[0].function, L"CModeChangeConfig::DoesConfigFileExist");
+  EXPECT_EQ(told[1], (Trace{L"CModeChangeConfig::GetUsableModeList", 110}));
+  EXPECT_EQ(told[2], In(L"OnCopyData", 326));
+  EXPECT_THAT(StatusFile(), ElementsAre("no file"));
+}
+
 TEST_F(ChangeModeWindowRequestTest, FromAnotherProgramIsAcceptedWhenItNamesAMode) {
   interposition.Replace("InSendMessageEx", [](void*) { return DWORD{ISMEX_SEND}; });
   for (const wchar_t* mode : {L"Eco", L"eCO", L"Quiet"}) {

@@ -41,6 +41,7 @@ class TestDialog final : public CDialogBase {
   explicit TestDialog(History* history) : history(history) {}
   ~TestDialog() { history->isDestroyed = true; }
 
+  using CDialogBase::CloseLater;
   using CDialogBase::Handled;
 
   Handler handler;
@@ -98,6 +99,11 @@ TEST_F(CDialogBaseTest, HasNoWindowAtFirst) {
   EXPECT_EQ(dialog->Window(), nullptr);
   dialog.reset();
   EXPECT_EQ(interposition.Count("DestroyWindow"), 0U);
+}
+
+TEST_F(CDialogBaseTest, IsNotToldToCloseWithoutAWindow) {
+  dialog->CloseLater();
+  EXPECT_EQ(interposition.Count("PostMessageW") + interposition.Count("SendMessageW"), 0U);
 }
 
 TEST_F(CDialogBaseTest, RunsAModalDialogUntilItEnds) {
