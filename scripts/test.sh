@@ -36,10 +36,13 @@ run_clang_tidy() {
 # chance; CTest's output names each that took it.
 again=(--repeat until-pass:2)
 
+# A test waits for windows, timers and Wine's server for a good part of its time.
+tests_at_once=$((jobs + 1))
+
 test_clang_build() {
   log "Testing the Clang build"
   local output=build/clang/tests.log
-  if ! ctest --preset clang --parallel "$jobs" "${again[@]}" &>"$output"; then
+  if ! ctest --preset clang --parallel "$tests_at_once" "${again[@]}" &>"$output"; then
     cat "$output"
     fail "tests of the Clang build failed"
   fi
@@ -52,7 +55,7 @@ test_clang_build() {
 test_release_build() {
   log "Testing the release build"
   rm -f build/release/{trace_coverage,faults}.txt
-  VELTO_WHOLE_RUN=1 ctest --preset release --parallel "$jobs" "${again[@]}" |
+  VELTO_WHOLE_RUN=1 ctest --preset release --parallel "$tests_at_once" "${again[@]}" |
     sed --unbuffered '/% tests passed,/e cat build/release/trace_coverage.txt; tail -n 1 build/release/faults.txt'
 }
 
