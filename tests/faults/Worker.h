@@ -72,7 +72,7 @@ class Worker {
                      const Interposition::Forced& forced, bool onwards);
   void CheckState(const Operation& operation, const Baseline& baseline, const MachineState& after);
   void CheckAgain(const Operation& operation, const Baseline& baseline, const MachineState& left,
-                  const Interposition::Forced& forced);
+                  bool looksLikeAbsence);
   void CheckBalance(std::uint64_t then);
 
   void Report(const std::string& problem) { problems.push_back(problem); }
